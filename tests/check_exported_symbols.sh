@@ -1,0 +1,77 @@
+#!/usr/bin/env bash
+# Checks what the two shared libraries export: their SONAMEs, the public API that must be
+# there, and nothing else (no standard-library or Qt template code, no internal helpers).
+# usage: check_exported_symbols.sh LIBQVHID LIBQVCOMMON
+set -euo pipefail
+qvhid=$1
+qvcommon=$2
+status=0
+
+exported() { nm -D --defined-only "$1" | awk '{ $1 = ""; $2 = ""; sub(/^ +/, ""); print }' | c++filt; }
+
+check_soname() {
+    local soname
+    soname=$(readelf -d "$1" | sed -n 's/.*Library soname: \[\(.*\)\]/\1/p')
+    if [ "$soname" != "$2" ]; then
+        echo "FAIL: $1 has SONAME '$soname', expected '$2'"
+        status=1
+    fi
+}
+
+# check_only LIB ALLOWED_REGEX: every exported symbol matches the regex.
+check_only() {
+    local stray
+    stray=$(exported "$1" | grep -v -E "$2" || true)
+    if [ -n "$stray" ]; then
+        echo "FAIL: $1 exports symbols that are not its own API:"
+        echo "$stray"
+        status=1
+    fi
+}
+
+# check_has LIB SYMBOL...: each named symbol is exported (matched at the start of the name).
+check_has() {
+    local lib=$1 symbol
+    shift
+    local symbols
+    symbols=$(exported "$lib")
+    for symbol in "$@"; do
+        if ! grep -q -F -x -e "$symbol" <<<"$symbols"; then
+            echo "FAIL: $lib does not export $symbol"
+            status=1
+        fi
+    done
+}
+
+check_soname "$qvhid" libqvhid.so.1
+check_soname "$qvcommon" libqvcommon.so.1
+
+own='((qv::)?hid::|common::CSingleton<qv::hid::)'
+check_only "$qvhid" "^((typeinfo for |typeinfo name for |vtable for |non-virtual thunk to |guard variable for )?$own|qInitResources_qvhid$|qCleanupResources_qvhid$)"
+check_only "$qvcommon" '^((typeinfo for |typeinfo name for |vtable for )?common::logger::)'
+
+check_has "$qvhid" \
+    'qv::hid::HidDeviceManager::SetDeviceList(int, QList<QString>)' \
+    'qv::hid::HidDeviceManager::AddDevice(int, QString const&)' \
+    'qv::hid::HidDeviceManager::SetTopDevice(int, QString const&)' \
+    'qv::hid::HidDeviceManager::RemoveDevice(int, QString const&)' \
+    'qv::hid::HidDeviceManager::RemoveDevice(QString const&)' \
+    'qv::hid::HidDeviceManager::GetTopDevice(int) const' \
+    'qv::hid::HidDeviceManager::staticMetaObject' \
+    'common::CSingleton<qv::hid::HidDeviceManager>::Instance()' \
+    'common::CSingleton<qv::hid::HidDeviceManager>::Instance()::instance' \
+    'hid::HidCode::HidCode()' \
+    'hid::HidCode::initStdCommands()' \
+    'hid::valToUint(QJsonValue const&, unsigned int)' \
+    'hid::valToClickType(QJsonValue const&, hid::ClickType)' \
+    'hid::valToUsage(QJsonValue const&)' \
+    'typeinfo for hid::HidCode'
+check_has "$qvcommon" \
+    'common::logger::GetLogger()' \
+    'common::logger::SetLogger(common::logger::ILogger*)' \
+    'common::logger::Message::Stream()' \
+    'typeinfo for common::logger::IMessage' \
+    'typeinfo for common::logger::ILogger'
+
+[ $status -eq 0 ] && echo "exported symbols: OK"
+exit $status
