@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Sets up a Debian bookworm machine, builds the project and runs the whole test suite.
+#
+#   scripts/test.sh                       # plain build in build/
+#   scripts/test.sh --sanitize address,undefined   # sanitizer build in build-address-undefined/
+#
+# Missing Debian packages are installed with apt-get (which needs root); nothing is
+# installed when everything is present already.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+sanitize=""
+build_dir=""
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --sanitize) sanitize=$2; shift 2 ;;
+        --build-dir) build_dir=$2; shift 2 ;;
+        -h|--help) sed -n '2,9p' "$0"; exit 0 ;;
+        *) echo "unknown argument: $1" >&2; exit 2 ;;
+    esac
+done
+if [ -z "$build_dir" ]; then
+    build_dir=$root/build${sanitize:+-${sanitize//,/-}}
+fi
+
+packages=(cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev)
+missing=()
+for package in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+    if [ "$(id -u)" -ne 0 ]; then
+        echo "These Debian packages are missing; run as root to install them: ${missing[*]}" >&2
+        exit 1
+    fi
+    echo "Installing: ${missing[*]}"
+    apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi
+
+build_type=RelWithDebInfo
+if [ -n "$sanitize" ]; then
+    build_type=Debug
+    # Any report fails the test that caused it.
+    export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1:strict_string_checks=1}
+    export UBSAN_OPTIONS=${UBSAN_OPTIONS:-halt_on_error=1:print_stacktrace=1}
+    export TSAN_OPTIONS=${TSAN_OPTIONS:-halt_on_error=1:second_deadlock_stack=1}
+fi
+
+cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE="$build_type" -DQVHID_SANITIZE="$sanitize"
+cmake --build "$build_dir" -j"$(nproc)"
+ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)"
