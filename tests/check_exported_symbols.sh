@@ -47,7 +47,7 @@ check_soname "$qvhid" libqvhid.so.1
 check_soname "$qvcommon" libqvcommon.so.1
 
 own='((qv::)?hid::|common::CSingleton<qv::hid::)'
-check_only "$qvhid" "^((typeinfo for |typeinfo name for |vtable for |non-virtual thunk to |guard variable for )?$own|qInitResources_qvhid$|qCleanupResources_qvhid$)"
+check_only "$qvhid" "^((typeinfo for |typeinfo name for |vtable for |non-virtual thunk to |guard variable for )?$own|qInitResources_qvhid\(\)$|qCleanupResources_qvhid\(\)$)"
 check_only "$qvcommon" '^((typeinfo for |typeinfo name for |vtable for )?common::logger::)'
 
 check_has "$qvhid" \
@@ -65,7 +65,12 @@ check_has "$qvhid" \
     'hid::valToUint(QJsonValue const&, unsigned int)' \
     'hid::valToClickType(QJsonValue const&, hid::ClickType)' \
     'hid::valToUsage(QJsonValue const&)' \
-    'typeinfo for hid::HidCode'
+    'typeinfo for hid::HidCode' \
+    'hid::HidDeviceDict::init()' \
+    'hid::HidDeviceDict::init(QString const&)' \
+    'hid::HidDeviceDict::getHidCode(unsigned short, unsigned short, bool&)' \
+    'qInitResources_qvhid()' \
+    'qCleanupResources_qvhid()'
 check_has "$qvcommon" \
     'common::logger::GetLogger()' \
     'common::logger::SetLogger(common::logger::ILogger*)' \

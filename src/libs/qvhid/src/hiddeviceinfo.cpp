@@ -1,6 +1,11 @@
 #include "hiddeviceinfo.h"
 
+#include "hidlog.h"
+#include "mutexlocker.h"
+
+#include <QFile>
 #include <QJsonArray>
+#include <QJsonDocument>
 
 namespace hid {
 
@@ -90,6 +95,101 @@ void getCmd(const QJsonObject& object, const QString& key, std::vector<std::vect
         }
         command.push_back(std::move(step));
     }
+}
+
+QMap<HidDeviceDict::VidPid, HidCode> HidDeviceDict::devMap;
+QMutex HidDeviceDict::mutex;
+
+namespace {
+
+// One device row: the built-in defaults, overridden by the keys its configuration has.
+HidCode codeFromConfiguration(const QJsonObject& configuration)
+{
+    HidCode code;
+    if (configuration.isEmpty())
+        return code;
+    auto page = [&configuration](const char* key, unsigned short current) {
+        return static_cast<unsigned short>(valToUint(configuration.value(QLatin1String(key)), current));
+    };
+    code.devUsagePage = page("devUsagePage", code.devUsagePage);
+    code.devUsageID = page("devUsageID", code.devUsageID);
+    code.inputPage = page("inputPage", code.inputPage);
+    code.outputPage = page("outputPage", code.outputPage);
+    code.longDelay = configuration.value(QLatin1String("longDelay")).toBool(code.longDelay);
+    code.clickTypeOnEmptyCode =
+        valToClickType(configuration.value(QLatin1String("clickTypeOnEmptyCode")), code.clickTypeOnEmptyCode);
+    getCmd(configuration, QStringLiteral("cmdInit"), code.cmdInit);
+    getCmd(configuration, QStringLiteral("cmdRing"), code.cmdRing);
+    getCmd(configuration, QStringLiteral("cmdTalk"), code.cmdTalk);
+    getCmd(configuration, QStringLiteral("cmdHold"), code.cmdHold);
+    getCmd(configuration, QStringLiteral("cmdHoldMuted"), code.cmdHoldMuted);
+    getCmd(configuration, QStringLiteral("cmdMute"), code.cmdMute);
+    getCmd(configuration, QStringLiteral("cmdFromTalkToRing"), code.cmdFromTalkToRing);
+    return code;
+}
+
+} // namespace
+
+void HidDeviceDict::init()
+{
+    QFile resource(QStringLiteral(":headsets.json"));
+    if (!resource.open(QIODevice::ReadOnly))
+        return;
+    QByteArray bytes = resource.readAll();
+    const int nul = bytes.indexOf('\0');
+    if (nul >= 0)
+        bytes.truncate(nul);
+    init(QString::fromLatin1(bytes));
+}
+
+void HidDeviceDict::init(const QString& json)
+{
+    bool parsed = false;
+    {
+        MutexLocker lock(&mutex);
+        devMap.clear();
+        const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
+        parsed = !document.isNull();
+        const QJsonObject root = document.object();
+        const QJsonObject configurations = root.value(QLatin1String("configurations")).toObject();
+        const QJsonArray devices = root.value(QLatin1String("devices")).toArray();
+        for (const QJsonValue& deviceValue : devices) {
+            const QJsonObject row = deviceValue.toObject();
+            const auto vid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("vid")), 0));
+            const auto pid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("pid")), 0));
+            const QString configurationName = row.value(QLatin1String("configuration")).toString();
+            // A later row with the same ids replaces the earlier one.
+            devMap.insert(VidPid(vid, pid), codeFromConfiguration(configurations.value(configurationName).toObject()));
+        }
+    }
+    // Logged outside the lock, so that a logger may look codes up without deadlocking.
+    if (!parsed)
+        HID_LOG(log::Error) << "HID HidDeviceDict failed to parse configuration: \n" << json;
+}
+
+HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool& isExplicit)
+{
+    bool empty = false;
+    {
+        MutexLocker lock(&mutex);
+        empty = devMap.isEmpty();
+    }
+    // The load takes the lock itself. Two first lookups at once may both load; each load
+    // replaces the whole map, so they agree.
+    if (empty)
+        init();
+
+    MutexLocker lock(&mutex);
+    isExplicit = false;
+    const auto exact = devMap.constFind(VidPid(vid, pid));
+    if (exact != devMap.constEnd()) {
+        isExplicit = true;
+        return exact.value();
+    }
+    const auto vendorWide = devMap.constFind(VidPid(vid, 0));
+    if (vendorWide != devMap.constEnd())
+        return vendorWide.value();
+    return HidCode();
 }
 
 } // namespace hid

@@ -5,9 +5,17 @@
 
 #include <QJsonObject>
 #include <QJsonValue>
+#include <QMap>
+#include <QMutex>
 #include <QString>
 
 #include <vector>
+
+// Register and unregister the built-in headset dictionary (":headsets.json") with Qt's
+// resource system. Loading the library registers it already; these are for applications
+// that unregister and register it again themselves.
+QVHID_EXPORT int qInitResources_qvhid();
+QVHID_EXPORT int qCleanupResources_qvhid();
 
 namespace hid {
 
@@ -85,6 +93,47 @@ QVHID_EXPORT unsigned short valToUsage(const QJsonValue& value);
 // read as 0 are dropped from their step; the step itself is kept, also when it ends empty.
 QVHID_EXPORT void getCmd(const QJsonObject& object, const QString& key,
                          std::vector<std::vector<unsigned short>>& command);
+
+// The process-wide headset dictionary: USB vendor and product id to the model's HidCode.
+//
+// It holds either the built-in table (the resource ":headsets.json", loaded on the first
+// lookup of an empty dictionary) or the application's own JSON text, which replaces it whole.
+// Every member is static and every operation may be called from any thread.
+class QVHID_EXPORT HidDeviceDict
+{
+public:
+    struct VidPid
+    {
+        VidPid(unsigned short vid, unsigned short pid)
+            : vid(vid)
+            , pid(pid)
+        {
+        }
+        bool operator<(const VidPid& other) const
+        {
+            return vid != other.vid ? vid < other.vid : pid < other.pid;
+        }
+
+        unsigned short vid;
+        unsigned short pid; // 0: every product of the vendor that has no row of its own
+    };
+
+    HidDeviceDict() = delete;
+
+    // Loads the built-in table. If the resource cannot be opened, the dictionary stays as it was.
+    static void init();
+    // Replaces the dictionary with the rows of `json`, the text of a headset dictionary (not a
+    // file name). A text that does not parse is logged and leaves the dictionary empty, so that
+    // the next lookup falls back to the built-in table.
+    static void init(const QString& json);
+    // The code of the product's own row (isExplicit true), else of its vendor's row (pid 0),
+    // else the built-in defaults (isExplicit false in both cases).
+    static HidCode getHidCode(unsigned short vid, unsigned short pid, bool& isExplicit);
+
+private:
+    static QMap<VidPid, HidCode> devMap;
+    static QMutex mutex; // guards devMap
+};
 
 } // namespace hid
 
