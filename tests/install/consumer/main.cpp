@@ -50,6 +50,12 @@ int main(int argc, char** argv)
     if (code.outputPage != 0x08 || code.cmdRing.size() != 1)
         return fail("default headset code wrong");
 
+    // The built-in headset table is there without any set-up.
+    bool isExplicit = false;
+    const hid::HidCode listed = hid::HidDeviceDict::getHidCode(0x0B0E, 0xA346, isExplicit);
+    if (!isExplicit || listed.outputPage != 0xFF40 || listed.cmdTalk.size() != 8)
+        return fail("built-in headset table not found");
+
     common::logger::SetLogger(nullptr);
     std::printf("consumer: OK\n");
     return 0;
