@@ -36,4 +36,11 @@ inline QString sourcePath(const char* file)
                             QString::fromLatin1(__func__), __LINE__)                                  \
         .Stream()
 
+// The same, for code that writes on behalf of a named public operation from a helper.
+#define HID_LOG_AS(level, function)                                                                 \
+    for (bool hidLogWanted = common::logger::IsDelivered(level); hidLogWanted; hidLogWanted = false) \
+    common::logger::Message((level), QStringLiteral("hid"), hid::log::sourcePath(__FILE__),           \
+                            QStringLiteral(function), __LINE__)                                       \
+        .Stream()
+
 #endif // QVHID_HIDLOG_H
