@@ -70,7 +70,15 @@ check_has "$qvhid" \
     'hid::HidDeviceDict::init(QString const&)' \
     'hid::HidDeviceDict::getHidCode(unsigned short, unsigned short, bool&)' \
     'qInitResources_qvhid()' \
-    'qCleanupResources_qvhid()'
+    'qCleanupResources_qvhid()' \
+    'hid::HIDParserBase::parseReportData(unsigned char const*, unsigned short, hid::HIDReportInfo&)' \
+    'hid::HIDParserBase::decodeReport(unsigned char*, unsigned char, std::vector<hid::HIDReportItem*, std::allocator<hid::HIDReportItem*> >&, unsigned char, hid::HIDReportItemTypes)' \
+    'hid::HIDParserBase::makeOutputReport(unsigned char*, unsigned char, std::vector<hid::HIDReportItem*, std::allocator<hid::HIDReportItem*> >&, unsigned char)' \
+    'hid::HIDReportInfo::~HIDReportInfo()' \
+    'hid::HIDReportInfo::findCollection(unsigned short, unsigned short) const' \
+    'hid::HIDReportInfo::isEmptyValue(hid::HIDCollection*, hid::HIDReportItemTypes, unsigned short, unsigned short, unsigned char) const' \
+    'hid::HIDReportDetails::HIDReportDetails()' \
+    'typeinfo for hid::HIDParserBase'
 check_has "$qvcommon" \
     'common::logger::GetLogger()' \
     'common::logger::SetLogger(common::logger::ILogger*)' \
