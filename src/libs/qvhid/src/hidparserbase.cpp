@@ -511,26 +511,20 @@ private:
                 offsets = m_offsets.emplace(item->reportId, fresh).first;
             }
             item->type = type;
-            switch (type) {
-            case Input:
-                item->bitOffset = offsets->second.inputOffset;
-                offsets->second.inputOffset = uint16_t(offsets->second.inputOffset + item->reportSize);
-                PARSE_TRACE << " INPUT " << value;
-                break;
-            case Output:
-                item->bitOffset = offsets->second.outputOffset;
-                offsets->second.outputOffset = uint16_t(offsets->second.outputOffset + item->reportSize);
-                PARSE_TRACE << " OUTPUT " << value;
-                break;
-            default:
-                item->bitOffset = offsets->second.featureOffset;
-                offsets->second.featureOffset = uint16_t(offsets->second.featureOffset + item->reportSize);
-                PARSE_TRACE << " FEATURE " << value;
-                break;
-            }
+            uint16_t HID_OffsetTable::*counter = type == Input    ? &HID_OffsetTable::inputOffset
+                                                 : type == Output ? &HID_OffsetTable::outputOffset
+                                                                  : &HID_OffsetTable::featureOffset;
+            item->bitOffset = offsets->second.*counter;
+            offsets->second.*counter = uint16_t(item->bitOffset + item->reportSize);
+            PARSE_TRACE << mainItemText(type) << value;
         }
         m_usages.clear();
         m_lastUsage = 0;
+    }
+
+    static const char* mainItemText(HIDReportItemTypes type)
+    {
+        return type == Input ? " INPUT " : type == Output ? " OUTPUT " : " FEATURE ";
     }
 
     void openCollection(uint32_t value)
