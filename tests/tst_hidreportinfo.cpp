@@ -56,6 +56,8 @@ private slots:
     void reportDetailsConstructors()
     {
         const HIDReportDetails empty;
+        QCOMPARE(empty.reportId, 0);
+        QCOMPARE(empty.usagePage, 0);
         QCOMPARE(empty.inputSize, 0);
         QCOMPARE(empty.outputSize, 0);
         QCOMPARE(empty.featureSize, 0);

@@ -12,8 +12,11 @@ namespace hid {
 // ---------------------------------------------------------------------------------------------
 // Report model
 
+// reportId and usagePage carry no meaning until set; they start at 0 rather than indeterminate.
 HIDReportDetails::HIDReportDetails()
-    : inputSize(0)
+    : reportId(0)
+    , usagePage(0)
+    , inputSize(0)
     , outputSize(0)
     , featureSize(0)
 {
