@@ -1,0 +1,97 @@
+#include "virtualhid.h"
+
+#include "virtualregistry.h"
+
+namespace hid::virt {
+
+VirtualDevice VirtualDevice::add(const DeviceSpec &spec)
+{
+    return VirtualDevice(Registry::instance().add(spec));
+}
+
+bool VirtualDevice::isValid() const
+{
+    return m_id != 0 && Registry::instance().exists(m_id);
+}
+
+std::string VirtualDevice::path() const
+{
+    return Registry::instance().spec(m_id).path;
+}
+
+DeviceSpec VirtualDevice::spec() const
+{
+    return Registry::instance().spec(m_id);
+}
+
+void VirtualDevice::remove()
+{
+    Registry::instance().remove(m_id);
+}
+
+void VirtualDevice::unplug()
+{
+    Registry::instance().unplug(m_id);
+}
+
+void VirtualDevice::replug(const std::string &newPath)
+{
+    Registry::instance().replug(m_id, newPath);
+}
+
+bool VirtualDevice::isPlugged() const
+{
+    return Registry::instance().isPlugged(m_id);
+}
+
+void VirtualDevice::inject(const Bytes &report, std::chrono::milliseconds delay)
+{
+    Registry::instance().inject(m_id, report, delay);
+}
+
+bool VirtualDevice::press(const std::string &button, std::chrono::milliseconds delay)
+{
+    return Registry::instance().sendButton(m_id, button, true, delay);
+}
+
+bool VirtualDevice::release(const std::string &button, std::chrono::milliseconds delay)
+{
+    return Registry::instance().sendButton(m_id, button, false, delay);
+}
+
+std::vector<WrittenReport> VirtualDevice::writtenReports() const
+{
+    return Registry::instance().writtenReports(m_id);
+}
+
+void VirtualDevice::clearWrittenReports()
+{
+    Registry::instance().clearWrittenReports(m_id);
+}
+
+void VirtualDevice::setResponder(Responder responder)
+{
+    Registry::instance().setResponder(m_id, std::move(responder));
+}
+
+void VirtualDevice::setFaults(const Faults &faults)
+{
+    Registry::instance().setFaults(m_id, faults);
+}
+
+Counters VirtualDevice::counters() const
+{
+    return Registry::instance().counters(m_id);
+}
+
+int VirtualDevice::openHandles() const
+{
+    return Registry::instance().openHandles(m_id);
+}
+
+void removeAllDevices()
+{
+    Registry::instance().removeAll();
+}
+
+} // namespace hid::virt

@@ -1,0 +1,136 @@
+// Virtual HID devices for programs that use hidapi.
+//
+// A program linked with this library before hidapi (and before any library that uses hidapi)
+// talks to the virtual devices added here as if they were plugged in: hidapi's C functions
+// resolve to this library's, which serve the virtual devices themselves and hand every call on
+// a real device to the system's hidapi, loaded at run time. See README.md beside this file.
+//
+// Everything here may be called from any thread.
+#ifndef QVHID_VIRTUALHID_H
+#define QVHID_VIRTUALHID_H
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#if defined(QVHID_VIRTUAL_LIBRARY)
+#define QVHID_VIRTUAL_EXPORT __attribute__((visibility("default")))
+#else
+#define QVHID_VIRTUAL_EXPORT
+#endif
+
+namespace hid::virt {
+
+using Bytes = std::vector<unsigned char>;
+
+// A button of a device: the input reports that pressing and releasing it send, exactly as the
+// device sends them (with the report id byte when the device numbers its reports). Either
+// may be empty: a switch that stays where it was put sends nothing when let go.
+struct Button
+{
+    std::string name;
+    Bytes press;
+    Bytes release;
+};
+
+// One HID interface, as hidapi's enumeration shows it.
+struct DeviceSpec
+{
+    unsigned short vendorId = 0;
+    unsigned short productId = 0;
+    unsigned short releaseNumber = 0;
+    std::wstring product;
+    std::wstring manufacturer;
+    std::wstring serialNumber;
+    int interfaceNumber = 0;
+    unsigned short usagePage = 0;
+    unsigned short usage = 0;
+    std::string path; // empty: "virtual-hid/<id>" is given to it
+    Bytes descriptor;
+    std::vector<Button> buttons;
+    // When not empty, the device answers every write with this input report, as headsets that
+    // echo their hook state after the host writes its lamps do.
+    Bytes answerToWrite;
+};
+
+// One report as the device received it, and when.
+struct WrittenReport
+{
+    std::chrono::steady_clock::time_point time;
+    Bytes bytes;
+};
+
+struct Counters
+{
+    unsigned long opens = 0;  // successful opens
+    unsigned long reads = 0;  // read calls, also those that time out or fail
+    unsigned long writes = 0; // write calls, also those that fail
+};
+
+// Failures to inject; all off by default.
+struct Faults
+{
+    bool openFails = false;
+    bool descriptorUnreadable = false;
+    bool writesFail = false;
+};
+
+// Answers a written report (as the device received it) with input reports.
+using Responder = std::function<std::vector<Bytes>(const Bytes &written)>;
+
+// A handle to one virtual device. Copies refer to the same device. A handle whose device was
+// removed stays safe to use: it does nothing and reports nothing.
+class QVHID_VIRTUAL_EXPORT VirtualDevice
+{
+public:
+    VirtualDevice() = default;
+
+    // Adds a plugged device. It is listed after the system's devices, in the order added.
+    static VirtualDevice add(const DeviceSpec &spec);
+
+    bool isValid() const; // refers to a device that was not removed
+    int id() const { return m_id; }
+    std::string path() const;
+    DeviceSpec spec() const;
+
+    // Removes the device; open handles to it fail from then on.
+    void remove();
+    // As a pulled plug: the device leaves the enumeration; reads and writes on open handles
+    // fail (-1) and new opens fail.
+    void unplug();
+    // Plugs the device in again, under `newPath` if given. Handles opened before the unplug
+    // stay dead, as a file of a vanished hidraw node does.
+    void replug(const std::string &newPath = std::string());
+    bool isPlugged() const;
+
+    // Sends an input report: it becomes readable on every handle open now, after `delay`.
+    // With no handle open it is lost, as hidraw loses it.
+    void inject(const Bytes &report, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
+    // Sends the press or release report of the named button; false for an unknown name.
+    bool press(const std::string &button, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
+    bool release(const std::string &button, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
+
+    std::vector<WrittenReport> writtenReports() const;
+    void clearWrittenReports();
+    // Replaces the answers of answerToWrite; an empty function restores them.
+    void setResponder(Responder responder);
+    void setFaults(const Faults &faults);
+    Counters counters() const;
+    int openHandles() const;
+
+private:
+    explicit VirtualDevice(int id)
+        : m_id(id)
+    {
+    }
+
+    int m_id = 0;
+};
+
+// Removes every virtual device.
+QVHID_VIRTUAL_EXPORT void removeAllDevices();
+
+} // namespace hid::virt
+
+#endif // QVHID_VIRTUALHID_H

@@ -1,0 +1,277 @@
+#include "virtualmodels.h"
+
+namespace hid::virt {
+
+namespace {
+
+// Telephony page (0x0B) Headset collection: Hook Switch and Line Busy Tone absolute, Phone
+// Mute and Flash relative one-shots, Drop, and a programmable-button array; LED page outputs
+// Off-Hook, Ring, Mute, Hold, Microphone and On-Line. With report ids, inputs are report 1 and
+// outputs report 2.
+//   input:  [id] [bit 0 Hook Switch, 1 Line Busy Tone, 2 Phone Mute, 3 Flash, 4 Drop]
+//                [array: 0 none, 1 Programmable Button, 2 Redial, 3 Transfer]
+//   output: [id] [bit 0 Off-Hook, 1 Ring, 2 Mute, 3 Hold, 4 Microphone, 5 On-Line]
+Bytes telephonyDescriptor(bool withReportIds)
+{
+    Bytes d = {
+        0x05, 0x0B, //   Usage Page (Telephony)
+        0x09, 0x05, //   Usage (Headset)
+        0xA1, 0x01, //   Collection (Application)
+    };
+    if (withReportIds)
+        d.insert(d.end(), {0x85, 0x01}); // Report ID (1)
+    d.insert(d.end(), {
+        0x15, 0x00, //     Logical Minimum (0)
+        0x25, 0x01, //     Logical Maximum (1)
+        0x75, 0x01, //     Report Size (1)
+        0x09, 0x20, //     Usage (Hook Switch)
+        0x09, 0x97, //     Usage (Line Busy Tone)
+        0x95, 0x02, //     Report Count (2)
+        0x81, 0x22, //     Input (Data, Variable, Absolute, No Preferred)
+        0x09, 0x2F, //     Usage (Phone Mute)
+        0x09, 0x21, //     Usage (Flash)
+        0x95, 0x02, //     Report Count (2)
+        0x81, 0x06, //     Input (Data, Variable, Relative)
+        0x09, 0x26, //     Usage (Drop)
+        0x95, 0x01, //     Report Count (1)
+        0x81, 0x02, //     Input (Data, Variable, Absolute)
+        0x95, 0x03, //     Report Count (3)
+        0x81, 0x03, //     Input (Constant, Variable, Absolute): padding
+        0x15, 0x01, //     Logical Minimum (1)
+        0x25, 0x03, //     Logical Maximum (3)
+        0x75, 0x08, //     Report Size (8)
+        0x95, 0x01, //     Report Count (1)
+        0x09, 0x07, //     Usage (Programmable Button)
+        0x09, 0x24, //     Usage (Redial)
+        0x09, 0x25, //     Usage (Transfer)
+        0x81, 0x00, //     Input (Data, Array, Absolute)
+    });
+    if (withReportIds)
+        d.insert(d.end(), {0x85, 0x02}); // Report ID (2)
+    d.insert(d.end(), {
+        0x05, 0x08, //     Usage Page (LEDs)
+        0x15, 0x00, //     Logical Minimum (0)
+        0x25, 0x01, //     Logical Maximum (1)
+        0x75, 0x01, //     Report Size (1)
+        0x95, 0x06, //     Report Count (6)
+        0x09, 0x17, //     Usage (Off-Hook)
+        0x09, 0x18, //     Usage (Ring)
+        0x09, 0x09, //     Usage (Mute)
+        0x09, 0x20, //     Usage (Hold)
+        0x09, 0x21, //     Usage (Microphone)
+        0x09, 0x2A, //     Usage (On-Line)
+        0x91, 0x22, //     Output (Data, Variable, Absolute, No Preferred)
+        0x95, 0x02, //     Report Count (2)
+        0x91, 0x03, //     Output (Constant, Variable, Absolute): padding
+        0xC0,       //   End Collection
+    });
+    return d;
+}
+
+// Buttons of the telephony descriptor. Reports carry the whole input state, so the buttons
+// used during a call (mute, flash) keep Hook Switch on, and the answer and hang-up buttons
+// leave it where they put it.
+std::vector<Button> telephonyButtons(bool withReportIds)
+{
+    auto report = [withReportIds](unsigned char bits, unsigned char array) {
+        return withReportIds ? Bytes{0x01, bits, array} : Bytes{bits, array};
+    };
+    return {
+        {"answer", report(0x01, 0), {}},
+        {"hangup", report(0x00, 0), {}},
+        {"mute", report(0x05, 0), report(0x01, 0)},
+        {"flash", report(0x09, 0), report(0x01, 0)},
+        {"drop", report(0x10, 0), report(0x00, 0)},
+        {"programmable", report(0x00, 1), report(0x00, 0)},
+        {"redial", report(0x00, 2), report(0x00, 0)},
+    };
+}
+
+DeviceSpec telephonyHeadset(bool withReportIds)
+{
+    DeviceSpec spec;
+    spec.vendorId = 0x0B0E;
+    spec.productId = withReportIds ? 0x030D : 0xA345;
+    spec.releaseNumber = 0x0100;
+    spec.product = withReportIds ? L"Office Headset 20" : L"Office Headset 30";
+    spec.manufacturer = L"Virtual Audio";
+    spec.serialNumber = withReportIds ? L"VH-0020" : L"VH-0030";
+    spec.interfaceNumber = 3;
+    spec.usagePage = 0x0B;
+    spec.usage = 0x05;
+    spec.descriptor = telephonyDescriptor(withReportIds);
+    spec.buttons = telephonyButtons(withReportIds);
+    return spec;
+}
+
+// Vendor-defined collection 0xFF00/0x05 with its inputs on page 0xFF30 and its lamps on page
+// 0xFF40, using the Telephony and LED usage numbers. Its inputs are momentary buttons that
+// read 1 while held.
+//   input:  [4] [bit 0 hook, 1 line busy, 2 mute, 3 flash, 4 drop]
+//   output: [5] [bit 0 off-hook, 1 ring, 2 mute, 3 hold, 4 microphone, 5 on-line]
+DeviceSpec vendorPageHeadset()
+{
+    DeviceSpec spec;
+    spec.vendorId = 0x0B0E;
+    spec.productId = 0xA346;
+    spec.releaseNumber = 0x0210;
+    spec.product = L"Link Adapter 360";
+    spec.manufacturer = L"Virtual Audio";
+    spec.serialNumber = L"VL-0360";
+    spec.interfaceNumber = 3;
+    spec.usagePage = 0xFF00;
+    spec.usage = 0x05;
+    spec.descriptor = {
+        0x06, 0x00, 0xFF, // Usage Page (vendor 0xFF00)
+        0x09, 0x05,       // Usage (0x05)
+        0xA1, 0x01,       // Collection (Application)
+        0x85, 0x04,       //   Report ID (4)
+        0x06, 0x30, 0xFF, //   Usage Page (vendor 0xFF30)
+        0x15, 0x00,       //   Logical Minimum (0)
+        0x25, 0x01,       //   Logical Maximum (1)
+        0x75, 0x01,       //   Report Size (1)
+        0x09, 0x20,       //   Usage (0x20: hook)
+        0x09, 0x97,       //   Usage (0x97: line busy)
+        0x09, 0x2F,       //   Usage (0x2F: mute)
+        0x09, 0x21,       //   Usage (0x21: flash)
+        0x09, 0x26,       //   Usage (0x26: drop)
+        0x95, 0x05,       //   Report Count (5)
+        0x81, 0x02,       //   Input (Data, Variable, Absolute)
+        0x95, 0x03,       //   Report Count (3)
+        0x81, 0x03,       //   Input (Constant): padding
+        0x85, 0x05,       //   Report ID (5)
+        0x06, 0x40, 0xFF, //   Usage Page (vendor 0xFF40)
+        0x09, 0x17,       //   Usage (0x17: off-hook)
+        0x09, 0x18,       //   Usage (0x18: ring)
+        0x09, 0x09,       //   Usage (0x09: mute)
+        0x09, 0x20,       //   Usage (0x20: hold)
+        0x09, 0x21,       //   Usage (0x21: microphone)
+        0x09, 0x2A,       //   Usage (0x2A: on-line)
+        0x95, 0x06,       //   Report Count (6)
+        0x91, 0x02,       //   Output (Data, Variable, Absolute)
+        0x95, 0x02,       //   Report Count (2)
+        0x91, 0x03,       //   Output (Constant): padding
+        0xC0,             // End Collection
+    };
+    spec.buttons = {
+        {"answer", {0x04, 0x01}, {0x04, 0x00}},
+        {"mute", {0x04, 0x04}, {0x04, 0x00}},
+        {"flash", {0x04, 0x08}, {0x04, 0x00}},
+        {"drop", {0x04, 0x10}, {0x04, 0x00}},
+    };
+    return spec;
+}
+
+// Consumer Control collection with Volume Increment, Volume Decrement and Mute, as headsets
+// show on an interface of their own for the volume keys.
+//   input: [bit 0 Volume Increment, 1 Volume Decrement, 2 Mute]
+DeviceSpec consumerControlInterface()
+{
+    DeviceSpec spec;
+    spec.vendorId = 0x0B0E;
+    spec.productId = 0x245E;
+    spec.releaseNumber = 0x0100;
+    spec.product = L"Office Headset 40";
+    spec.manufacturer = L"Virtual Audio";
+    spec.serialNumber = L"VH-0040";
+    spec.interfaceNumber = 3;
+    spec.usagePage = 0x0C;
+    spec.usage = 0x01;
+    spec.descriptor = {
+        0x05, 0x0C, // Usage Page (Consumer)
+        0x09, 0x01, // Usage (Consumer Control)
+        0xA1, 0x01, // Collection (Application)
+        0x15, 0x00, //   Logical Minimum (0)
+        0x25, 0x01, //   Logical Maximum (1)
+        0x75, 0x01, //   Report Size (1)
+        0x95, 0x03, //   Report Count (3)
+        0x09, 0xE9, //   Usage (Volume Increment)
+        0x09, 0xEA, //   Usage (Volume Decrement)
+        0x09, 0xE2, //   Usage (Mute)
+        0x81, 0x02, //   Input (Data, Variable, Absolute)
+        0x95, 0x05, //   Report Count (5)
+        0x81, 0x03, //   Input (Constant): padding
+        0xC0,       // End Collection
+    };
+    spec.buttons = {
+        {"volume-up", {0x01}, {0x00}},
+        {"volume-down", {0x02}, {0x00}},
+        {"speaker-mute", {0x04}, {0x00}},
+    };
+    return spec;
+}
+
+DeviceSpec telephonyInterfaceBehindConsumerControl()
+{
+    DeviceSpec spec = telephonyHeadset(true);
+    const DeviceSpec consumer = consumerControlInterface();
+    spec.productId = consumer.productId;
+    spec.product = consumer.product;
+    spec.serialNumber = consumer.serialNumber;
+    spec.interfaceNumber = 4;
+    return spec;
+}
+
+// A telephony headset without report ids that answers each write with its unchanged input
+// state (on-hook, nothing pressed).
+DeviceSpec echoingHeadset()
+{
+    DeviceSpec spec = telephonyHeadset(false);
+    spec.vendorId = 0x047F;
+    spec.productId = 0xC038;
+    spec.product = L"Desk Headset 310";
+    spec.serialNumber = L"VD-0310";
+    spec.interfaceNumber = 3;
+    spec.answerToWrite = {0x00, 0x00};
+    return spec;
+}
+
+std::vector<Model> makeModels()
+{
+    return {
+        {"telephony-headset",
+         "Telephony headset, numbered reports (input 1, output 2)",
+         {telephonyHeadset(true)}},
+        {"telephony-headset-no-ids",
+         "Telephony headset without report ids",
+         {telephonyHeadset(false)}},
+        {"vendor-page-headset",
+         "Vendor-page call control: collection 0xFF00/0x05, inputs 0xFF30, lamps 0xFF40",
+         {vendorPageHeadset()}},
+        {"consumer-first-headset",
+         "Headset whose first interface is consumer control, the telephony one second",
+         {consumerControlInterface(), telephonyInterfaceBehindConsumerControl()}},
+        {"echoing-headset",
+         "Telephony headset without report ids that answers every write with an input report",
+         {echoingHeadset()}},
+    };
+}
+
+} // namespace
+
+const std::vector<Model> &models()
+{
+    static const std::vector<Model> all = makeModels();
+    return all;
+}
+
+const Model *findModel(const std::string &name)
+{
+    for (const Model &model : models()) {
+        if (model.name == name)
+            return &model;
+    }
+    return nullptr;
+}
+
+std::vector<VirtualDevice> addModel(const Model &model)
+{
+    std::vector<VirtualDevice> devices;
+    for (DeviceSpec spec : model.interfaces) {
+        spec.path.clear();
+        devices.push_back(VirtualDevice::add(spec));
+    }
+    return devices;
+}
+
+} // namespace hid::virt

@@ -1,0 +1,30 @@
+// Ready-made virtual headsets, written from the HID Usage Tables. Each model is described once,
+// here, as data: ids, strings, interfaces with their report descriptors, and buttons.
+#ifndef QVHID_VIRTUALMODELS_H
+#define QVHID_VIRTUALMODELS_H
+
+#include "virtualhid.h"
+
+#include <string>
+#include <vector>
+
+namespace hid::virt {
+
+struct Model
+{
+    std::string name;
+    std::string summary;
+    std::vector<DeviceSpec> interfaces; // in the order a system enumerates them
+};
+
+// Every ready model; the first is the standard telephony headset.
+QVHID_VIRTUAL_EXPORT const std::vector<Model> &models();
+// The model of that name, or null.
+QVHID_VIRTUAL_EXPORT const Model *findModel(const std::string &name);
+// Adds every interface of the model, in order. Each added device gets its own path
+// ("virtual-hid/<id>"), so a model can be added more than once.
+QVHID_VIRTUAL_EXPORT std::vector<VirtualDevice> addModel(const Model &model);
+
+} // namespace hid::virt
+
+#endif // QVHID_VIRTUALMODELS_H
