@@ -120,7 +120,7 @@ struct hid_collection {
  * - a relative variable element: whenever its value is not 0 (headsets send Phone Mute and
  *   Flash as relative one-shots, 1 and then 0);
  * - an array element: when its usage newly appears in the array; one that leaves it is no
- *   event.
+ *   event. A slot that selects usage 0 (Undefined) selects nothing.
  *
  * Reporting every element of every report, or releases as well as presses, would let a
  * caller that turns reported usages into gestures see each gesture twice: on real headset
