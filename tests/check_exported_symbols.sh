@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Checks what the two shared libraries export: their SONAMEs, the public API that must be
 # there, and nothing else (no standard-library or Qt template code, no internal helpers).
-# usage: check_exported_symbols.sh LIBQVHID LIBQVCOMMON
+# usage: check_exported_symbols.sh LIBQVHID LIBQVCOMMON LIBHIDAPI_PARSER LIBQVHID_VIRTUAL
 set -euo pipefail
 qvhid=$1
 qvcommon=$2
+parser=$3
+virtual=$4
 status=0
 
 exported() { nm -D --defined-only "$1" | awk '{ $1 = ""; $2 = ""; sub(/^ +/, ""); print }' | c++filt; }
@@ -45,10 +47,14 @@ check_has() {
 
 check_soname "$qvhid" libqvhid.so.1
 check_soname "$qvcommon" libqvcommon.so.1
+check_soname "$parser" libhidapi_parser.so.1
+check_soname "$virtual" libqvhid_virtual.so.1
 
 own='((qv::)?hid::|common::CSingleton<qv::hid::)'
 check_only "$qvhid" "^((typeinfo for |typeinfo name for |vtable for |non-virtual thunk to |guard variable for )?$own|qInitResources_qvhid\(\)$|qCleanupResources_qvhid\(\)$)"
 check_only "$qvcommon" '^((typeinfo for |typeinfo name for |vtable for )?common::logger::)'
+check_only "$parser" '^hid_[a-z_]+$'
+check_only "$virtual" '^(hid_[a-z_]+$|(typeinfo for |typeinfo name for )?hid::virt::)'
 
 check_has "$qvhid" \
     'qv::hid::HidDeviceManager::SetDeviceList(int, QList<QString>)' \
@@ -78,7 +84,19 @@ check_has "$qvhid" \
     'hid::HIDReportInfo::findCollection(unsigned short, unsigned short) const' \
     'hid::HIDReportInfo::isEmptyValue(hid::HIDCollection*, hid::HIDReportItemTypes, unsigned short, unsigned short, unsigned char) const' \
     'hid::HIDReportDetails::HIDReportDetails()' \
-    'typeinfo for hid::HIDParserBase'
+    'typeinfo for hid::HIDParserBase' \
+    'hid::HidDecoderBase::HidDecoderBase(hid::HidDeviceInfo const&, hid_device_*)' \
+    'hid::HidDecoderBase::isSet(std::vector<unsigned short, std::allocator<unsigned short> > const&, unsigned short)' \
+    'hid::HidDecoder::HidDecoder(hid::HidDeviceInfo const&, hid_device_*)' \
+    'hid::CreateHidDecoder(hid::HidDeviceInfo const&, hid_device_*)' \
+    'typeinfo for hid::HidDecoderBase' \
+    'typeinfo for hid::HidDecoder'
+check_has "$parser" hid_read_descriptor hid_parse_descriptor hid_read_sysfs_descriptor \
+    hid_set_element_callback hid_parse_input_report hid_get_output_report
+check_has "$virtual" hid_init hid_exit hid_enumerate hid_free_enumeration hid_open hid_open_path \
+    hid_write hid_read hid_read_timeout hid_set_nonblocking hid_close hid_get_device_info \
+    hid_get_report_descriptor hid_get_product_string hid_get_manufacturer_string hid_error \
+    'hid::virt::VirtualDevice::add(hid::virt::DeviceSpec const&)' 'hid::virt::models()'
 check_has "$qvcommon" \
     'common::logger::GetLogger()' \
     'common::logger::SetLogger(common::logger::ILogger*)' \

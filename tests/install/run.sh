@@ -14,6 +14,8 @@ prefix=$work/prefix
 cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 
 for header in qvhid/hiddevicemanager.h qvhid/hiddeviceinfo.h qvhid/qvhid_global.h \
+              qvhid/hiddecoderbase.h qvhid/platform/hiddecoder.h \
+              hidapi_parser/hidapi_parser.h qvhid_virtual/virtualhid.h qvhid_virtual/virtualmodels.h \
               qvcommon/logger.h qvcommon/singleton.h; do
     [ -f "$prefix/include/$header" ] || { echo "FAIL: $header was not installed"; exit 1; }
 done
@@ -23,7 +25,8 @@ if [ -e "$prefix/include/qvhid/hidlog.h" ]; then
 fi
 
 libdir=$(dirname "$(find "$prefix" -name 'libqvhid.so.1' | head -n 1)")
-for lib in libqvhid.so libqvhid.so.1 libqvcommon.so libqvcommon.so.1; do
+for lib in libqvhid.so libqvhid.so.1 libqvcommon.so libqvcommon.so.1 \
+           libhidapi_parser.so.1 libqvhid_virtual.so.1; do
     [ -e "$libdir/$lib" ] || { echo "FAIL: $lib was not installed"; exit 1; }
 done
 
@@ -36,6 +39,6 @@ LD_LIBRARY_PATH="$libdir" "$work/cmake-build/qvhid-consumer"
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046
 c++ -std=c++17 -fPIC ${QVHID_CONSUMER_FLAGS:-} "$consumer/main.cpp" -o "$work/pkgconfig-consumer" \
-    $(pkg-config --cflags --libs qvhid)
+    $(pkg-config --cflags --libs qvhid_virtual qvhid hidapi_parser) $(pkg-config --cflags hidapi-hidraw)
 LD_LIBRARY_PATH="$libdir" "$work/pkgconfig-consumer"
 echo "install consumer: OK"

@@ -1,13 +1,18 @@
-// An application of the installed library: it installs a logger, uses the one manager and
-// reads a headset code, and checks what it gets back.
+// An application of the installed library: it installs a logger, uses the one manager,
+// reads a headset code, and decodes a virtual headset, and checks what it gets back.
 #include <hiddeviceinfo.h>
 #include <hiddevicemanager.h>
 #include <logger.h>
+#include <platform/hiddecoder.h>
 #include <singleton.h>
+#include <virtualmodels.h>
+
+#include <hidapi.h>
 
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -29,6 +34,46 @@ int fail(const char* what)
 {
     std::fprintf(stderr, "consumer: %s\n", what);
     return 1;
+}
+
+// A virtual headset, opened and decoded as the library's reader does: a press of its mute
+// button becomes MUTE, and the ring command becomes the report that lights Ring and On-Line.
+const char* driveVirtualHeadset()
+{
+    const hid::virt::Model* model = hid::virt::findModel("telephony-headset");
+    if (!model)
+        return "no ready model";
+    hid::virt::VirtualDevice device = hid::virt::addModel(*model).front();
+    hid_device* handle = hid_open_path(device.path().c_str());
+    if (!handle)
+        return "virtual headset did not open";
+
+    hid::HidDeviceInfo info;
+    bool isExplicit = false;
+    info.code = hid::HidDeviceDict::getHidCode(0x0B0E, 0x030D, isExplicit);
+    info.path = QString::fromStdString(device.path());
+    std::unique_ptr<hid::HidDecoderBase> decoder(hid::CreateHidDecoder(info, handle));
+
+    device.press("mute");
+    std::vector<unsigned char> buffer(64);
+    const int length = hid_read_timeout(handle, buffer.data(), buffer.size(), 1000);
+    std::vector<unsigned short> usages;
+    if (length <= 0 || decoder->getClickTypeFromData(buffer, static_cast<unsigned short>(length), usages) != hid::MUTE)
+        return "mute press not decoded";
+
+    std::vector<std::vector<unsigned char>> reports;
+    if (!decoder->makeOutputReport(info.code.outputPage, info.code.cmdRing.front(), reports) || reports.size() != 1)
+        return "no ring report";
+    if (hid_write(handle, reports[0].data(), reports[0].size()) != 2)
+        return "ring report not written";
+    const std::vector<hid::virt::WrittenReport> written = device.writtenReports();
+    if (written.size() != 1 || written[0].bytes != std::vector<unsigned char>{0x02, 0x22})
+        return "headset did not receive the ring report";
+
+    decoder.reset();
+    hid_close(handle);
+    device.remove();
+    return nullptr;
 }
 
 } // namespace
@@ -55,6 +100,9 @@ int main(int argc, char** argv)
     const hid::HidCode listed = hid::HidDeviceDict::getHidCode(0x0B0E, 0xA346, isExplicit);
     if (!isExplicit || listed.outputPage != 0xFF40 || listed.cmdTalk.size() != 8)
         return fail("built-in headset table not found");
+
+    if (const char* failure = driveVirtualHeadset())
+        return fail(failure);
 
     common::logger::SetLogger(nullptr);
     std::printf("consumer: OK\n");

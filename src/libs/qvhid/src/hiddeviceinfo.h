@@ -94,6 +94,18 @@ QVHID_EXPORT unsigned short valToUsage(const QJsonValue& value);
 QVHID_EXPORT void getCmd(const QJsonObject& object, const QString& key,
                          std::vector<std::vector<unsigned short>>& command);
 
+// The HID interface chosen for the audio device in use, and its model's code. An empty path
+// means that no device is chosen.
+struct HidDeviceInfo
+{
+    unsigned short vendorId = 0;
+    unsigned short productId = 0;
+    unsigned short releaseNumber = 0;
+    QString name; // the interface's product string
+    QString path; // what the reader opens
+    HidCode code;
+};
+
 // The process-wide headset dictionary: USB vendor and product id to the model's HidCode.
 //
 // It holds either the built-in table (the resource ":headsets.json", loaded on the first

@@ -1,0 +1,185 @@
+#include "hiddecoderbase.h"
+
+#include "hidlog.h"
+
+#include <hidapi_parser.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <set>
+
+namespace hid {
+
+namespace {
+
+// Telephony page (HID Usage Tables, page 0x0B) usages that make gestures.
+namespace telephony {
+constexpr unsigned short Phone = 0x01;
+constexpr unsigned short ProgrammableButton = 0x07;
+constexpr unsigned short HookSwitch = 0x20;
+constexpr unsigned short Flash = 0x21;
+constexpr unsigned short Drop = 0x26;
+constexpr unsigned short PhoneMute = 0x2F;
+constexpr unsigned short LineBusyTone = 0x97;
+} // namespace telephony
+
+// A vendor usage that some headsets send for their reject button.
+constexpr unsigned short VendorReject = 0xFFFD;
+
+using ElementSlot = std::function<void(const hid_element *, void *)>;
+
+// The parser calls a plain function; it forwards to the function object of the decoding in
+// progress. There is one slot per thread, so decoders on different threads do not meet.
+ElementSlot &elementSlot()
+{
+    thread_local ElementSlot slot;
+    return slot;
+}
+
+void forwardElement(const hid_element *element, void *userData)
+{
+    elementSlot()(element, userData); // an empty slot throws std::bad_function_call
+}
+
+ClickType gestureOf(const std::vector<unsigned short> &usages)
+{
+    using namespace telephony;
+    const auto has = [&usages](unsigned short usage) { return HidDecoderBase::isSet(usages, usage); };
+    if (has(PhoneMute))
+        return MUTE;
+    if (has(ProgrammableButton) || has(Drop) || has(VendorReject) || has(Phone))
+        return REJECT;
+    // Hook Switch and Line Busy Tone each answer or end a call, but not together: a report
+    // with both is left to Flash.
+    if (has(HookSwitch) != has(LineBusyTone))
+        return CLICK;
+    if (has(Flash))
+        return CLICK;
+    return NONE;
+}
+
+template<typename Visit>
+void forEachElement(const hid_collection *collection, Visit visit)
+{
+    for (hid_element *element = collection->first_element; element; element = element->next)
+        visit(*element);
+}
+
+} // namespace
+
+HidDecoderBase::HidDecoderBase(const HidDeviceInfo &info, hid_device *device)
+    : m_inputType(HID_ELEMENT_INPUT)
+    , m_outputType(HID_ELEMENT_OUTPUT)
+    , m_info(info)
+    , m_device(device)
+    , m_descriptor(nullptr)
+{
+    HID_LOG(log::Trace) << "HidDecoderBase";
+    m_descriptor = hid_read_descriptor(device);
+}
+
+HidDecoderBase::~HidDecoderBase()
+{
+    if (m_descriptor)
+        std::free(m_descriptor); // one block: the parser's lists live inside it
+    HID_LOG(log::Trace) << "~HidDecoderBase";
+}
+
+ClickType HidDecoderBase::getClickTypeFromData(const std::vector<unsigned char> &data,
+                                               unsigned short length,
+                                               std::vector<unsigned short> & /*usages*/) const
+{
+    if (!m_descriptor)
+        return NONE;
+    std::vector<unsigned short> found;
+    bool nothingReported = true;
+    elementSlot() = [this, &found, &nothingReported](const hid_element *element, void *) {
+        if (element->usage_page == m_info.code.inputPage && element->direction == m_inputType)
+            found.push_back(element->usage);
+        nothingReported = false;
+    };
+    hid_set_element_callback(m_descriptor, &forwardElement, nullptr);
+    // Never past the end of the buffer, whatever length the caller claims.
+    const std::size_t size = std::min<std::size_t>(length, data.size());
+    hid_parse_input_report(data.data(), size, m_descriptor);
+    if (nothingReported)
+        return m_info.code.clickTypeOnEmptyCode;
+    return gestureOf(found);
+}
+
+bool HidDecoderBase::makeOutputReport(unsigned short page, const std::vector<unsigned short> &usages,
+                                      std::vector<std::vector<unsigned char>> &reports)
+{
+    if (!m_descriptor || !m_descriptor->device_collection->first_child)
+        return false;
+    const hid_collection *topLevel = m_descriptor->device_collection->first_child;
+
+    // Every output listed directly in a top-level collection starts off.
+    for (const hid_collection *c = topLevel; c; c = c->next_sibling) {
+        forEachElement(c, [this](hid_element &element) {
+            if (element.direction == m_outputType)
+                element.output_value = 0;
+        });
+    }
+
+    const hid_collection *found = topLevel;
+    while (found && !(found->usage_page == m_info.code.devUsagePage
+                      && found->usage == m_info.code.devUsageID))
+        found = found->next_sibling;
+    if (!found)
+        return false;
+
+    const auto isOutputOnPage = [this, page](const hid_element &element) {
+        return element.direction == m_outputType && element.usage_page == page;
+    };
+    // Switches on the first output of `collection` for each usage, and gathers the report ids
+    // of all its outputs on the page.
+    std::set<unsigned char> reportIds;
+    const auto mark = [&](const hid_collection *collection) {
+        for (unsigned short usage : usages) {
+            for (hid_element *e = collection->first_element; e; e = e->next) {
+                if (isOutputOnPage(*e) && e->usage == usage) {
+                    e->output_value = 1;
+                    break;
+                }
+            }
+        }
+        forEachElement(collection, [&](hid_element &element) {
+            if (isOutputOnPage(element))
+                reportIds.insert(element.report_id);
+        });
+    };
+    mark(found);
+    for (const hid_collection *child = found->first_child; child; child = child->next_sibling)
+        mark(child);
+
+    for (unsigned char id : reportIds) {
+        std::size_t length = 0;
+        unsigned char *report = hid_get_output_report(m_descriptor, id, &length);
+        if (!report)
+            continue;
+        reports.emplace_back(report, report + length);
+        std::free(report);
+    }
+    return true;
+}
+
+bool HidDecoderBase::isSet(const std::vector<unsigned short> &usages, unsigned short usage)
+{
+    return std::find(usages.begin(), usages.end(), usage) != usages.end();
+}
+
+bool HidDecoderBase::isKindOf(ByteIterator first, ByteIterator last,
+                              const std::vector<std::vector<unsigned char>> &patterns)
+{
+    const std::size_t available = static_cast<std::size_t>(std::distance(first, last));
+    for (const std::vector<unsigned char> &pattern : patterns) {
+        const std::size_t n = std::min(available, pattern.size());
+        if (n == 0 || std::equal(first, first + static_cast<std::ptrdiff_t>(n), pattern.begin()))
+            return true;
+    }
+    return false;
+}
+
+} // namespace hid
