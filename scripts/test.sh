@@ -23,7 +23,7 @@ if [ -z "$build_dir" ]; then
     build_dir=$root/build${sanitize:+-${sanitize//,/-}}
 fi
 
-packages=(cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev)
+packages=(cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev valgrind)
 missing=()
 for package in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
