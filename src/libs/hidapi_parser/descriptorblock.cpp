@@ -113,8 +113,6 @@ std::vector<std::size_t> fieldsByReport(const ParsedDescriptor &parsed,
     return order;
 }
 
-} // namespace
-
 hid_descriptor *buildDescriptorBlock(const ParsedDescriptor &parsed)
 {
     const BlockPlan plan(parsed);
@@ -205,6 +203,8 @@ hid_descriptor *buildDescriptorBlock(const ParsedDescriptor &parsed)
     layout->num_reports = static_cast<unsigned int>(parsed.reports.size());
     return descriptor;
 }
+
+} // namespace
 
 const hid_report_span *findReport(const hid_descriptor *descriptor, int direction,
                                   unsigned char reportId)
