@@ -1,0 +1,365 @@
+#include "hidreaderbase.h"
+
+#include "hidlog.h"
+#include "platform/hiddecoder.h"
+
+#include <hidapi.h>
+
+#include <QSignalTransition>
+#include <QStateMachine>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace hid {
+
+namespace {
+
+// The read cycle's timing and buffer.
+constexpr int PollIntervalMs = 10;          // from the end of one tick to the next
+constexpr std::size_t ReadBufferSize = 256; // every read
+constexpr int FirstReadTimeoutMs = 250;     // first read of a tick
+constexpr int BurstReadTimeoutMs = 5;       // each further report of a burst
+constexpr int LongDelayFirstReadTimeoutMs = 700; // drain after a gesture or command (longDelay)
+constexpr int LongDelayNextReadTimeoutMs = 10;   // each further report of that drain
+constexpr int ReadBackTimeoutMs = 10;       // answers to a written report
+
+const int stateMetaTypeId = qRegisterMetaType<QState *>("QState*");
+
+} // namespace
+
+QString BinaryToString(const std::vector<uint8_t> &bytes, unsigned long count)
+{
+    QString text;
+    char formatted[4];
+    for (std::size_t i = 0; i < bytes.size() && i < count; ++i) {
+        std::snprintf(formatted, sizeof(formatted), "%02hhx ", bytes[i]);
+        text += QLatin1String(formatted);
+    }
+    return text;
+}
+
+HidReaderBase::HidReaderBase(const HidDeviceInfo &info)
+    : QObject(nullptr)
+    , m_info(info)
+    , m_readTimer(new QTimer(this))
+{
+    Q_UNUSED(stateMetaTypeId);
+    HID_LOG(log::Trace) << "HidReaderBase";
+}
+
+HidReaderBase::~HidReaderBase()
+{
+    m_readTimer->stop();
+    hid_close(m_deviceHandle);
+    m_deviceHandle = nullptr;
+    HID_LOG(log::Trace) << "~HidReaderBase";
+    m_decoder.reset();
+}
+
+// --- Writing commands -------------------------------------------------------------------------
+
+int HidReaderBase::writeCommand(const std::vector<std::vector<unsigned short>> &command,
+                                const QString &name)
+{
+    if (!m_decoder) {
+        HID_LOG(log::Error) << "HID READER there is no decoder";
+        return -1;
+    }
+    int total = 0;
+    for (const std::vector<unsigned short> &step : command) {
+        std::vector<std::vector<uint8_t>> reports;
+        if (!m_decoder->makeOutputReport(m_info.code.outputPage, step, reports)) {
+            HID_LOG(log::Error) << "HID READER " << name << ": command build failed";
+            return -1;
+        }
+        total += writeBinaryData(reports, name);
+    }
+    longReadData();
+    return total;
+}
+
+int HidReaderBase::writeBinaryData(const std::vector<std::vector<uint8_t>> &reports, const QString &name)
+{
+    if (!m_deviceHandle) {
+        HID_LOG(log::Error) << "HID READER " << name << ": no device handle";
+        return -1;
+    }
+    if (reports.empty()) {
+        HID_LOG(log::Trace) << "HID READER " << name << ": no data for device";
+        return -1;
+    }
+    int total = 0;
+    for (const std::vector<uint8_t> &report : reports) {
+        if (report.empty())
+            continue;
+        const int result = hid_write(m_deviceHandle, report.data(), report.size());
+        HID_LOG(log::Trace) << "HID READER " << name << " WRITED: [" << BinaryToString(report, report.size())
+                            << "]  result is " << result;
+        total += result;
+        if (result == 0)
+            continue;
+        // Headsets answer lamp writes with input reports; they are not button presses.
+        std::vector<uint8_t> answer(ReadBufferSize, 0);
+        int n = 0;
+        while ((n = hid_read_timeout(m_deviceHandle, answer.data(), answer.size(), ReadBackTimeoutMs)) > 0) {
+            trackDiscarded(answer, n);
+            HID_LOG(log::Trace) << "HID READER " << name << " READED: [" << BinaryToString(answer, n) << "]";
+        }
+    }
+    return total;
+}
+
+void HidReaderBase::longReadData()
+{
+    if (!m_info.code.longDelay)
+        return;
+    std::vector<uint8_t> buffer(ReadBufferSize, 0);
+    int timeout = LongDelayFirstReadTimeoutMs;
+    int n = 0;
+    while ((n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), timeout)) > 0) {
+        trackDiscarded(buffer, n);
+        HID_LOG(log::Trace) << "HID READER read after long delay READED: [" << BinaryToString(buffer, n) << "]";
+        timeout = LongDelayNextReadTimeoutMs;
+    }
+    HID_LOG(log::Trace) << "HID READER long delay READ ended";
+}
+
+void HidReaderBase::trackDiscarded(const std::vector<uint8_t> &data, int length)
+{
+    if (!m_decoder)
+        return;
+    std::vector<unsigned short> unused;
+    m_decoder->getClickTypeFromData(data, static_cast<unsigned short>(length), unused);
+}
+
+// --- Call-state machine -----------------------------------------------------------------------
+
+void HidReaderBase::initStates()
+{
+    m_stateMachine = new QStateMachine(this);
+    const auto addState = [this](QState *&state, const char *logText, const char *stateName) {
+        state = new QState();
+        const QString text = QLatin1String(logText);
+        const QString name = QLatin1String(stateName);
+        connect(state, &QAbstractState::entered, this, [this, text, name] {
+            HID_LOG_AS(log::Trace, "initStates") << text;
+            emit stateChanged(name);
+        });
+    };
+    addState(m_initState, "State: Initial headset state entered", "Initial");
+    addState(m_ringState, "State: Incoming call headset state entered", "Incoming call");
+    addState(m_talkState, "State: Talk headset state entered", "Talk");
+    addState(m_talkMutedState, "State: Talk muted headset state entered", "Talk muted");
+    addState(m_holdState, "State: Call on hold headset state entered", "Hold");
+    addState(m_holdMutedState, "State: Call on hold muted headset state entered", "Hold muted");
+
+    // The entry action runs while the transition is taken, before the target's `entered`:
+    // the headset is written first, the state reported after.
+    using Signal = void (HidReaderBase::*)();
+    using Action = void (HidReaderBase::*)(QState *);
+    const auto transition = [this](QState *source, Signal signal, QState *target, Action action) {
+        QSignalTransition *t = source->addTransition(this, signal, target);
+        if (!action)
+            return;
+        const bool passSource = action == &HidReaderBase::execToRing;
+        connect(t, &QAbstractTransition::triggered, t, [this, action, source, passSource] {
+            (this->*action)(passSource ? source : nullptr);
+        }, Qt::DirectConnection);
+    };
+
+    transition(m_initState, &HidReaderBase::toInit, m_initState, nullptr);
+    transition(m_ringState, &HidReaderBase::toInit, m_initState, nullptr);
+    transition(m_talkState, &HidReaderBase::toInit, m_initState, nullptr);
+    transition(m_talkMutedState, &HidReaderBase::toInit, m_initState, nullptr);
+    transition(m_holdState, &HidReaderBase::toInit, m_initState, nullptr);
+
+    transition(m_initState, &HidReaderBase::toRing, m_ringState, &HidReaderBase::execToRing);
+    transition(m_talkState, &HidReaderBase::toRing, m_ringState, &HidReaderBase::execToRing);
+    transition(m_talkMutedState, &HidReaderBase::toRing, m_ringState, &HidReaderBase::execToRing);
+    transition(m_holdState, &HidReaderBase::toRing, m_ringState, &HidReaderBase::execToRing);
+    transition(m_holdMutedState, &HidReaderBase::toRing, m_ringState, &HidReaderBase::execToRing);
+
+    transition(m_ringState, &HidReaderBase::toTalk, m_talkState, &HidReaderBase::execToTalk);
+    transition(m_talkMutedState, &HidReaderBase::toTalk, m_talkState, &HidReaderBase::execToTalk);
+    transition(m_holdState, &HidReaderBase::toTalk, m_talkState, &HidReaderBase::execToTalk);
+    transition(m_holdMutedState, &HidReaderBase::toTalk, m_talkState, &HidReaderBase::execToTalk);
+
+    transition(m_talkState, &HidReaderBase::toMuted, m_talkMutedState, &HidReaderBase::execToTalkMuted);
+    transition(m_holdState, &HidReaderBase::toMuted, m_talkMutedState, &HidReaderBase::execToTalkMuted);
+    transition(m_holdMutedState, &HidReaderBase::toMuted, m_talkMutedState, &HidReaderBase::execToTalkMuted);
+    transition(m_ringState, &HidReaderBase::toMuted, m_talkMutedState, &HidReaderBase::execToTalkMuted);
+
+    transition(m_talkState, &HidReaderBase::toHold, m_holdState, &HidReaderBase::execToHold);
+    transition(m_talkMutedState, &HidReaderBase::toHold, m_holdState, &HidReaderBase::execToHold);
+    transition(m_holdMutedState, &HidReaderBase::toHold, m_holdState, &HidReaderBase::execToHold);
+    transition(m_ringState, &HidReaderBase::toHold, m_holdState, &HidReaderBase::execToHold);
+
+    transition(m_holdState, &HidReaderBase::toHoldMuted, m_holdMutedState, &HidReaderBase::execToHoldMuted);
+    transition(m_ringState, &HidReaderBase::toHoldMuted, m_holdMutedState, &HidReaderBase::execToHoldMuted);
+    transition(m_talkMutedState, &HidReaderBase::toHoldMuted, m_holdMutedState, &HidReaderBase::execToHoldMuted);
+    transition(m_talkState, &HidReaderBase::toHoldMuted, m_holdMutedState, &HidReaderBase::execToHoldMuted);
+
+    for (QState *state : {m_initState, m_ringState, m_talkState, m_talkMutedState, m_holdState, m_holdMutedState})
+        m_stateMachine->addState(state);
+    m_stateMachine->setInitialState(m_initState);
+    m_stateMachine->start();
+}
+
+void HidReaderBase::onInit()
+{
+    emit toInit();
+    writeCommand(m_info.code.cmdInit, QStringLiteral("onInit"));
+}
+
+void HidReaderBase::onCallMuted()
+{
+    emit toMuted();
+}
+
+void HidReaderBase::onCallUnmuted()
+{
+    emit toTalk();
+}
+
+void HidReaderBase::onCallIncome()
+{
+    emit toRing();
+}
+
+void HidReaderBase::onCallHold()
+{
+    emit toHold();
+}
+
+void HidReaderBase::onCallHoldMuted()
+{
+    emit toHoldMuted();
+}
+
+void HidReaderBase::onCallEnd()
+{
+    emit toInit();
+    writeCommand(m_info.code.cmdInit, QStringLiteral("onCallEnd"));
+}
+
+void HidReaderBase::execToRing(QState *from)
+{
+    const bool fromTalk = from != nullptr && (from == m_talkState || from == m_talkMutedState);
+    const HidCommand &command = fromTalk && !m_info.code.cmdFromTalkToRing.empty()
+                                    ? m_info.code.cmdFromTalkToRing
+                                    : m_info.code.cmdRing;
+    writeCommand(command, QStringLiteral("onCallIncome"));
+}
+
+void HidReaderBase::execToTalk(QState *)
+{
+    writeCommand(m_info.code.cmdTalk, QStringLiteral("onCallUnmuted"));
+}
+
+void HidReaderBase::execToTalkMuted(QState *)
+{
+    writeCommand(m_info.code.cmdMute, QStringLiteral("onCallMuted"));
+}
+
+void HidReaderBase::execToHold(QState *)
+{
+    const HidCode &code = m_info.code;
+    writeCommand(code.cmdHold.empty() ? code.cmdTalk : code.cmdHold, QStringLiteral("onCallHold"));
+}
+
+void HidReaderBase::execToHoldMuted(QState *)
+{
+    const HidCode &code = m_info.code;
+    writeCommand(code.cmdHoldMuted.empty() ? code.cmdMute : code.cmdHoldMuted, QStringLiteral("onCallHoldMuted"));
+}
+
+// --- Read cycle -------------------------------------------------------------------------------
+
+void HidReaderBase::start()
+{
+    const QByteArray path = m_info.path.toUtf8();
+    m_deviceHandle = hid_open_path(path.constData());
+    if (!m_deviceHandle) {
+        HID_LOG(log::Error) << "HID READER Failed to open device " << m_info.path;
+        emit finished();
+        return;
+    }
+    m_decoder.reset(CreateHidDecoder(m_info, m_deviceHandle));
+    if (!m_decoder) {
+        HID_LOG(log::Error) << "HID READER Failed to create decoder";
+        emit finished();
+        return;
+    }
+    hid_set_nonblocking(m_deviceHandle, 1);
+    initStates();
+    onInit();
+    m_readTimer->setSingleShot(true);
+    m_readTimer->setInterval(PollIntervalMs);
+    connect(m_readTimer, &QTimer::timeout, this, &HidReaderBase::onHIDEventTimeout, Qt::UniqueConnection);
+    m_readTimer->start();
+    HID_LOG(log::Trace) << "HID READER read cycle started";
+}
+
+void HidReaderBase::stop()
+{
+    HID_LOG(log::Trace) << "stop";
+}
+
+void HidReaderBase::onHIDEventTimeout()
+{
+    InputBuf buffer(ReadBufferSize, 0);
+    const int n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), FirstReadTimeoutMs);
+    if (n > 0) {
+        HID_LOG(log::Trace) << "HID READER event readed";
+        onHIDDataRead(buffer, n);
+    }
+    m_readTimer->start();
+}
+
+void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
+{
+    if (!m_decoder) {
+        HID_LOG(log::Error) << "HID onHIDDataRead: there is no decoder";
+        return;
+    }
+    ClickType type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(length), NONE);
+    HID_LOG(log::Trace) << "HID READER first click type is " << int(type) << " ["
+                        << BinaryToString(data, static_cast<unsigned long>(length)) << "] : " << length;
+    int n = 0;
+    while ((n = hid_read_timeout(m_deviceHandle, data.data(), data.size(), BurstReadTimeoutMs)) > 0) {
+        type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(n), type);
+        HID_LOG(log::Trace) << "HID READER next click type is " << int(type) << " ["
+                            << BinaryToString(data, static_cast<unsigned long>(n)) << "] : " << n;
+    }
+    switch (type) {
+    case REJECT:
+        emit clickReject();
+        HID_LOG(log::Trace) << "HID READER Reject emitted";
+        break;
+    case CLICK:
+        emit click();
+        HID_LOG(log::Trace) << "HID READER Click emitted";
+        break;
+    case MUTE:
+        emit clickMute();
+        HID_LOG(log::Trace) << "HID READER Mute emitted ";
+        break;
+    default:
+        HID_LOG(log::Trace) << "HID READER no signal to emit";
+        break;
+    }
+    longReadData();
+}
+
+ClickType HidReaderBase::getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data,
+                                      unsigned short length, const ClickType &previous) const
+{
+    std::vector<unsigned short> usages;
+    const ClickType found = decoder->getClickTypeFromData(data, length, usages);
+    if (previous != NONE)
+        return previous;
+    return found != NONE ? found : m_info.code.clickTypeOnEmptyCode;
+}
+
+} // namespace hid

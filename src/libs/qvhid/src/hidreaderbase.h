@@ -1,0 +1,113 @@
+#ifndef QVHID_HIDREADERBASE_H
+#define QVHID_HIDREADERBASE_H
+
+#include "hiddecoderbase.h"
+#include "hiddeviceinfo.h"
+#include "qvhid_global.h"
+
+#include <QObject>
+#include <QState>
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+class QStateMachine;
+class QTimer;
+
+namespace hid {
+
+// The reader's input buffer.
+using InputBuf = std::vector<uint8_t>;
+
+// The first `count` bytes as "%02hhx " each: two lowercase hex digits and a blank, the last
+// byte included.
+QVHID_EXPORT QString BinaryToString(const std::vector<uint8_t> &bytes, unsigned long count);
+
+// Owns the opened headset on the reader thread: keeps the call state in a state machine and
+// writes each state's lamp command, and polls the headset, turning each burst of input
+// reports into one gesture signal.
+//
+// Made in the owner's thread, moved to its own thread, started there with start(), and
+// destroyed (which closes the device) to stop.
+class QVHID_EXPORT HidReaderBase : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HidReaderBase(const HidDeviceInfo &info);
+    ~HidReaderBase() override;
+
+    // Writes each step of `command` as the decoder builds it; the sum of the bytes written,
+    // or -1. `name` only labels the log lines.
+    int writeCommand(const std::vector<std::vector<unsigned short>> &command, const QString &name);
+    // Writes ready reports, reading back and discarding the headset's answers after each;
+    // the sum of the write results, or -1.
+    int writeBinaryData(const std::vector<std::vector<uint8_t>> &reports, const QString &name);
+    // On a longDelay model, reads and discards what the headset sends after a gesture or a
+    // command (700 ms for the first report, 10 ms for each further one).
+    void longReadData();
+
+signals:
+    void click();
+    void clickMute();
+    void clickReject();
+    void startHIDDataRead(); // declared for compatibility; never emitted
+    void stateChanged(const QString &state);
+    void finished(); // the reader could not start
+    void toInit();
+    void toRing();
+    void toTalk();
+    void toMuted();
+    void toHold();
+    void toHoldMuted();
+
+public slots:
+    virtual void start();
+    virtual void stop();
+    void onInit();
+    void onCallMuted();
+    void onCallUnmuted();
+    void onCallIncome();
+    void onCallHold();
+    void onCallHoldMuted();
+    void onCallEnd();
+    void onHIDEventTimeout();
+    void onHIDDataRead(hid::InputBuf &data, int length);
+    void execToRing(QState *from = nullptr);
+    void execToTalk(QState *from = nullptr);
+    void execToTalkMuted(QState *from = nullptr);
+    void execToHold(QState *from = nullptr);
+    void execToHoldMuted(QState *from = nullptr);
+
+public:
+    // Merges one report into the gesture of its burst: the first report that yields a gesture
+    // decides it; an empty report counts as the model's clickTypeOnEmptyCode until then.
+    virtual ClickType getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data,
+                                   unsigned short length, const ClickType &previous) const;
+
+protected:
+    void initStates();
+    // A report read only to be thrown away still updates the decoder's view of the device's
+    // state, so that the next press is judged against what the device really reports.
+    void trackDiscarded(const std::vector<uint8_t> &data, int length);
+
+    HidDeviceInfo m_info;
+    hid_device *m_deviceHandle = nullptr;
+    QTimer *m_readTimer = nullptr;
+    std::unique_ptr<HidDecoderBase> m_decoder;
+    QStateMachine *m_stateMachine = nullptr;
+    QState *m_initState = nullptr;
+    QState *m_ringState = nullptr;
+    QState *m_talkState = nullptr;
+    QState *m_talkMutedState = nullptr;
+    QState *m_holdState = nullptr;
+    QState *m_holdMutedState = nullptr;
+};
+
+} // namespace hid
+
+Q_DECLARE_METATYPE(QState *)
+
+#endif // QVHID_HIDREADERBASE_H

@@ -1,0 +1,17 @@
+#include "hidreader.h"
+
+namespace hid {
+
+HidReader::HidReader(const HidDeviceInfo &info)
+    : HidReaderBase(info)
+{
+}
+
+HidReader::~HidReader() = default;
+
+HidReaderBase *getReader(const HidDeviceInfo &info)
+{
+    return new HidReader(info);
+}
+
+} // namespace hid
