@@ -199,6 +199,7 @@ private slots:
     void emptyReportGivesTheModelsGesture();
     void quietTickLogsNothingAndStopKeepsReading();
     void longDelayDrainDiscardsFollowingReports();
+    void longDelayModelWritesEveryHoldStep();
     void answersToWritesAreReadBackAndGiveNoGesture();
     void hangUpAfterAnsweringFromTheApplication();
     void failedStartEmitsFinishedAndBuildsNoMachine();
@@ -377,6 +378,8 @@ void TestHidReader::burstOfPressAndReleaseIsOneGesture()
         "HID READER Mute emitted ",
     };
     QCOMPARE(logger.texts(), expected);
+    for (const CapturedLine &line : logger.lines())
+        QCOMPARE(line.level, 7);
     QTest::qWait(100);
     QCOMPARE(rig.timeline.size(), 4);
 }
@@ -457,6 +460,21 @@ void TestHidReader::longDelayDrainDiscardsFollowingReports()
     // After the drain, a press is a gesture again.
     rig.device.press("mute");
     QTRY_COMPARE_WITH_TIMEOUT(rig.timeline.since(2), (QStringList{"mute", "mute"}), 5000);
+}
+
+void TestHidReader::longDelayModelWritesEveryHoldStep()
+{
+    CapturingLogger logger;
+    ReaderRig rig(modelSpec("telephony-headset"), dictionaryCode(0x0B0E, 0x0301)); // [], [HOOK, HOLD], [HOLD]
+    QTRY_COMPARE(rig.timeline.entries(), startUp);
+    for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallHold"})
+        rig.call(slot);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.timeline.since(2),
+                              (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Talk",
+                                           "write:0200", "write:0209", "write:0208", "state:Hold"}),
+                              10000);
+    // One drain after each command, the init command's included.
+    QTRY_COMPARE(logger.texts().count(QStringLiteral("HID READER long delay READ ended")), 4);
 }
 
 void TestHidReader::answersToWritesAreReadBackAndGiveNoGesture()
