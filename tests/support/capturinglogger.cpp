@@ -1,6 +1,25 @@
 #include "capturinglogger.h"
 
-#include <QMutexLocker>
+namespace {
+
+// A copy that shares no buffer with `text`. Lines arrive on other threads; Qt's implicit
+// sharing would hand one buffer between threads inside code that ThreadSanitizer cannot see.
+QString detached(const QString& text)
+{
+    return QString(text.constData(), text.size());
+}
+
+CapturedLine detached(const CapturedLine& line)
+{
+    CapturedLine copy = line;
+    copy.text = detached(line.text);
+    copy.category = detached(line.category);
+    copy.file = detached(line.file);
+    copy.function = detached(line.function);
+    return copy;
+}
+
+} // namespace
 
 CapturingLogger::CapturingLogger()
 {
@@ -22,14 +41,18 @@ void CapturingLogger::Write(const common::logger::IMessage& message)
     line.file = message.file();
     line.function = message.function();
     line.line = message.line();
-    QMutexLocker lock(&m_mutex);
-    m_lines.append(line);
+    line = detached(line);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_lines.push_back(line);
 }
 
 QList<CapturedLine> CapturingLogger::lines() const
 {
-    QMutexLocker lock(&m_mutex);
-    return m_lines;
+    std::lock_guard<std::mutex> lock(m_mutex);
+    QList<CapturedLine> result;
+    for (const CapturedLine& line : m_lines)
+        result.append(detached(line));
+    return result;
 }
 
 QStringList CapturingLogger::texts() const
@@ -52,6 +75,6 @@ QList<CapturedLine> CapturingLogger::linesFrom(const QString& function) const
 
 void CapturingLogger::clear()
 {
-    QMutexLocker lock(&m_mutex);
+    std::lock_guard<std::mutex> lock(m_mutex);
     m_lines.clear();
 }

@@ -4,9 +4,11 @@
 #include <logger.h>
 
 #include <QList>
-#include <QMutex>
 #include <QString>
 #include <QStringList>
+
+#include <mutex>
+#include <vector>
 
 // One delivered log line, with every field of the message.
 struct CapturedLine
@@ -39,8 +41,9 @@ public:
     void clear();
 
 private:
-    mutable QMutex m_mutex;
-    QList<CapturedLine> m_lines;
+    // Standard types: ThreadSanitizer sees their synchronisation, unlike Qt's.
+    mutable std::mutex m_mutex;
+    std::vector<CapturedLine> m_lines;
 };
 
 #endif // QVHID_TESTS_CAPTURINGLOGGER_H
