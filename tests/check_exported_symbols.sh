@@ -96,7 +96,7 @@ check_has "$parser" hid_read_descriptor hid_parse_descriptor hid_read_sysfs_desc
 check_has "$virtual" hid_init hid_exit hid_enumerate hid_free_enumeration hid_open hid_open_path \
     hid_write hid_read hid_read_timeout hid_set_nonblocking hid_close hid_get_device_info \
     hid_get_report_descriptor hid_get_product_string hid_get_manufacturer_string hid_error \
-    'hid::virt::VirtualDevice::add(hid::virt::DeviceSpec const&)' 'hid::virt::models()'
+    'hid::virt::VirtualDevice::add(hid::virt::DeviceDescription const&)' 'hid::virt::models()'
 check_has "$qvcommon" \
     'common::logger::GetLogger()' \
     'common::logger::SetLogger(common::logger::ILogger*)' \

@@ -124,10 +124,10 @@ void TestDescriptorSource::unreadableDescriptorGivesNull()
     hid_close(handle);
 
     // A descriptor that reads but does not parse gives null too.
-    hid::virt::DeviceSpec spec = device.spec();
-    spec.path.clear();
-    spec.descriptor = {0x05, 0x0B, 0xA1};
-    const hid::virt::VirtualDevice broken = hid::virt::VirtualDevice::add(spec);
+    hid::virt::DeviceDescription description = device.description();
+    description.path.clear();
+    description.descriptor = {0x05, 0x0B, 0xA1};
+    const hid::virt::VirtualDevice broken = hid::virt::VirtualDevice::add(description);
     handle = hid_open_path(broken.path().c_str());
     QVERIFY(handle);
     QCOMPARE(hid_read_descriptor(handle), nullptr);

@@ -12,7 +12,7 @@ using namespace parsedview;
 
 namespace {
 
-const hid::virt::DeviceSpec &modelInterface(const char *name, int index = 0)
+const hid::virt::DeviceDescription &modelInterface(const char *name, int index = 0)
 {
     const hid::virt::Model *model = hid::virt::findModel(name);
     Q_ASSERT(model);
@@ -181,8 +181,8 @@ void TestHidapiParser::vendorPageRecords()
 
 void TestHidapiParser::buttonEventsOfTheTelephonyHeadset()
 {
-    const hid::virt::DeviceSpec &spec = modelInterface("telephony-headset");
-    const DescriptorPtr d = parse(spec.descriptor);
+    const hid::virt::DeviceDescription &description = modelInterface("telephony-headset");
+    const DescriptorPtr d = parse(description.descriptor);
     QVERIFY(d);
     struct Step
     {
@@ -198,9 +198,9 @@ void TestHidapiParser::buttonEventsOfTheTelephonyHeadset()
         {"redial", {"000b:0024=1"}, {}},
     };
     for (const Step &step : steps) {
-        const auto button = std::find_if(spec.buttons.begin(), spec.buttons.end(),
+        const auto button = std::find_if(description.buttons.begin(), description.buttons.end(),
                                          [&](const hid::virt::Button &b) { return b.name == step.button; });
-        QVERIFY2(button != spec.buttons.end(), step.button);
+        QVERIFY2(button != description.buttons.end(), step.button);
         const Reported press = feed(d.get(), toQByteArray(button->press));
         QCOMPARE(press.elements, step.onPress);
         QCOMPARE(press.result, int(step.onPress.size()));
@@ -354,8 +354,8 @@ void TestHidapiParser::inputReportErrorsCallNothing()
 void TestHidapiParser::parsedDescriptorIsOneBlock()
 {
     for (const hid::virt::Model &model : hid::virt::models()) {
-        for (const hid::virt::DeviceSpec &spec : model.interfaces) {
-            const DescriptorPtr d = parse(spec.descriptor);
+        for (const hid::virt::DeviceDescription &description : model.interfaces) {
+            const DescriptorPtr d = parse(description.descriptor);
             QVERIFY(d);
             const auto *begin = reinterpret_cast<const unsigned char *>(d.get());
             const auto *end = begin + malloc_usable_size(d.get());
@@ -434,8 +434,8 @@ void TestHidapiParser::malformedAndRandomDescriptors()
 {
     std::vector<std::vector<unsigned char>> seeds;
     for (const hid::virt::Model &model : hid::virt::models()) {
-        for (const hid::virt::DeviceSpec &spec : model.interfaces)
-            seeds.push_back(spec.descriptor);
+        for (const hid::virt::DeviceDescription &description : model.interfaces)
+            seeds.push_back(description.descriptor);
     }
     for (const QByteArray &hex : {nestedDescriptor, pushPopDescriptor, arrayDescriptor}) {
         seeds.emplace_back(hex.begin(), hex.end());

@@ -28,20 +28,20 @@ namespace {
 constexpr unsigned short LedPage = 0x08;
 constexpr unsigned short MUTE = 0x09, HOOK = 0x17, RING = 0x18, HOLD = 0x20, MIC = 0x21, ONLINE = 0x2A;
 
-hid::virt::DeviceSpec modelSpec(const char *model, int index = 0)
+hid::virt::DeviceDescription modelDescription(const char *model, int index = 0)
 {
-    hid::virt::DeviceSpec spec = hid::virt::findModel(model)->interfaces.at(static_cast<std::size_t>(index));
-    spec.path.clear();
-    return spec;
+    hid::virt::DeviceDescription description = hid::virt::findModel(model)->interfaces.at(static_cast<std::size_t>(index));
+    description.path.clear();
+    return description;
 }
 
-hid::virt::DeviceSpec handWritten(const char *hex)
+hid::virt::DeviceDescription handWritten(const char *hex)
 {
-    hid::virt::DeviceSpec spec = modelSpec("telephony-headset");
+    hid::virt::DeviceDescription description = modelDescription("telephony-headset");
     const QByteArray bytes = QByteArray::fromHex(hex);
-    spec.descriptor.assign(bytes.begin(), bytes.end());
-    spec.buttons.clear();
-    return spec;
+    description.descriptor.assign(bytes.begin(), bytes.end());
+    description.buttons.clear();
+    return description;
 }
 
 // Telephony Headset collection whose inputs are Phone and the vendor reject usage 0xFFFD.
@@ -88,16 +88,16 @@ HidCode dictionaryCode(unsigned short vid, unsigned short pid)
 class DecoderOn
 {
 public:
-    DecoderOn(const hid::virt::DeviceSpec &spec, const HidCode &code, const hid::virt::Faults &faults = {})
-        : device(VirtualDevice::add(spec))
+    DecoderOn(const hid::virt::DeviceDescription &description, const HidCode &code, const hid::virt::Faults &faults = {})
+        : device(VirtualDevice::add(description))
     {
         device.setFaults(faults);
         handle = hid_open_path(device.path().c_str());
         hid::HidDeviceInfo info;
-        info.vendorId = spec.vendorId;
-        info.productId = spec.productId;
-        info.releaseNumber = spec.releaseNumber;
-        info.name = QString::fromStdWString(spec.product);
+        info.vendorId = description.vendorId;
+        info.productId = description.productId;
+        info.releaseNumber = description.releaseNumber;
+        info.name = QString::fromStdWString(description.product);
         info.path = QString::fromStdString(device.path());
         info.code = code;
         decoder.reset(hid::CreateHidDecoder(info, handle));
@@ -185,7 +185,7 @@ void TestHidDecoder::factoryMakesTheConcreteDecoderAndLogsItsLife()
 {
     CapturingLogger logger;
     {
-        DecoderOn on(modelSpec("telephony-headset"), HidCode());
+        DecoderOn on(modelDescription("telephony-headset"), HidCode());
         QVERIFY(dynamic_cast<hid::HidDecoder *>(on.decoder.get()));
     }
     const QList<CapturedLine> lines = logger.lines();
@@ -207,23 +207,23 @@ void TestHidDecoder::reportWithNothingReportedGivesTheModelsEmptyGesture()
     // is CLICK: its unchanged answer reports no element.
     const HidCode plantronics = dictionaryCode(0x047F, 0xC038);
     QCOMPARE(plantronics.clickTypeOnEmptyCode, hid::CLICK);
-    DecoderOn click(modelSpec("echoing-headset"), plantronics);
+    DecoderOn click(modelDescription("echoing-headset"), plantronics);
     QCOMPARE(click.gesture("0000"), hid::CLICK);
     QCOMPARE(click.gesture("0100"), hid::CLICK); // Hook Switch: reported, decided by the rules
     QCOMPARE(click.gesture("0100"), hid::CLICK); // nothing changed: empty again
 
     const HidCode sennheiser = dictionaryCode(0x1395, 0x0035);
     QCOMPARE(sennheiser.clickTypeOnEmptyCode, hid::CLICK);
-    DecoderOn byDefault(modelSpec("telephony-headset"), HidCode());
+    DecoderOn byDefault(modelDescription("telephony-headset"), HidCode());
     QCOMPARE(byDefault.gesture("010000"), hid::NONE);
     // A report the library rejects (unknown id) reports nothing either.
-    DecoderOn unknownId(modelSpec("telephony-headset"), sennheiser);
+    DecoderOn unknownId(modelDescription("telephony-headset"), sennheiser);
     QCOMPARE(unknownId.gesture("070100"), hid::CLICK);
 }
 
 void TestHidDecoder::reportOfOtherPagesOnlyGivesNone()
 {
-    DecoderOn consumer(modelSpec("consumer-first-headset", 0), codeWithEmptyReportGesture(hid::CLICK));
+    DecoderOn consumer(modelDescription("consumer-first-headset", 0), codeWithEmptyReportGesture(hid::CLICK));
     QCOMPARE(consumer.gesture("01"), hid::NONE); // Volume Increment: Consumer page, not Telephony
     QCOMPARE(consumer.gesture("01"), hid::CLICK); // held: nothing reported
 }
@@ -250,7 +250,7 @@ void TestHidDecoder::gestureRules()
 {
     QFETCH(QByteArray, report);
     QFETCH(ClickType, gesture);
-    DecoderOn on(modelSpec("telephony-headset"), HidCode());
+    DecoderOn on(modelDescription("telephony-headset"), HidCode());
     QCOMPARE(on.gesture(report), gesture);
 }
 
@@ -264,7 +264,7 @@ void TestHidDecoder::rejectUsagesWithoutTheirOwnButtons()
 
 void TestHidDecoder::usageListArgumentIsLeftUntouched()
 {
-    DecoderOn on(modelSpec("telephony-headset"), HidCode());
+    DecoderOn on(modelDescription("telephony-headset"), HidCode());
     std::vector<unsigned short> usages = {0x1234};
     const std::vector<unsigned char> data = {0x01, 0x05, 0x00};
     QCOMPARE(on.decoder->getClickTypeFromData(data, 3, usages), hid::MUTE);
@@ -273,7 +273,7 @@ void TestHidDecoder::usageListArgumentIsLeftUntouched()
 
 void TestHidDecoder::lengthNeverReadsPastTheData()
 {
-    DecoderOn on(modelSpec("telephony-headset"), codeWithEmptyReportGesture(hid::REJECT));
+    DecoderOn on(modelDescription("telephony-headset"), codeWithEmptyReportGesture(hid::REJECT));
     std::vector<unsigned short> usages;
     const std::vector<unsigned char> data = {0x01, 0x01};
     // Claimed 64 bytes, holds 2: too short for report 1, so nothing is reported.
@@ -287,7 +287,7 @@ void TestHidDecoder::withoutDescriptorEverythingAnswersNothing()
     CapturingLogger logger;
     hid::virt::Faults faults;
     faults.descriptorUnreadable = true;
-    DecoderOn on(modelSpec("telephony-headset"), codeWithEmptyReportGesture(hid::CLICK), faults);
+    DecoderOn on(modelDescription("telephony-headset"), codeWithEmptyReportGesture(hid::CLICK), faults);
     QVERIFY(on.handle);
     QCOMPARE(on.gesture("010100"), hid::NONE);
     bool ok = true;
@@ -319,7 +319,7 @@ void TestHidDecoder::onlyTheFirstOfTwoEqualOutputsIsSet()
 
 void TestHidDecoder::reportsAreAppendedNotCleared()
 {
-    DecoderOn on(modelSpec("telephony-headset"), HidCode());
+    DecoderOn on(modelDescription("telephony-headset"), HidCode());
     Reports reports = {{0xAA}};
     QVERIFY(on.decoder->makeOutputReport(LedPage, {RING, ONLINE}, reports));
     QCOMPARE(reports, (Reports{{0xAA}, {0x02, 0x22}}));
@@ -327,7 +327,7 @@ void TestHidDecoder::reportsAreAppendedNotCleared()
 
 void TestHidDecoder::noMatchingCollectionGivesFalse()
 {
-    DecoderOn on(modelSpec("telephony-headset"), HidCode(0xFF00, 0x05, 0xFF30, 0xFF40));
+    DecoderOn on(modelDescription("telephony-headset"), HidCode(0xFF00, 0x05, 0xFF30, 0xFF40));
     Reports reports;
     QVERIFY(!on.decoder->makeOutputReport(LedPage, {RING}, reports));
     QVERIFY(reports.empty());
@@ -356,7 +356,7 @@ void TestHidDecoder::commandStepsOfEveryDictionaryModel()
         const auto pid = static_cast<unsigned short>(hid::valToUint(row.toObject().value(QStringLiteral("pid")), 0));
         const HidCode code = dictionaryCode(vid, pid);
         const bool vendor = code.outputPage == 0xFF40;
-        DecoderOn on(modelSpec(vendor ? "vendor-page-headset" : "telephony-headset"), code);
+        DecoderOn on(modelDescription(vendor ? "vendor-page-headset" : "telephony-headset"), code);
         const unsigned char reportId = vendor ? 0x05 : 0x02;
         for (const hid::HidCommand *command : {&code.cmdInit, &code.cmdRing, &code.cmdTalk, &code.cmdHold,
                                                &code.cmdHoldMuted, &code.cmdMute, &code.cmdFromTalkToRing}) {
@@ -371,9 +371,9 @@ void TestHidDecoder::commandStepsOfEveryDictionaryModel()
     QVERIFY(steps > 23 * 7);
 
     // Two written out in full.
-    DecoderOn standard(modelSpec("telephony-headset"), dictionaryCode(0x0B0E, 0x030D));
+    DecoderOn standard(modelDescription("telephony-headset"), dictionaryCode(0x0B0E, 0x030D));
     QCOMPARE(standard.output(LedPage, {RING, ONLINE}), QByteArrayList{"0222"});
-    DecoderOn link(modelSpec("vendor-page-headset"), dictionaryCode(0x0B0E, 0xA346));
+    DecoderOn link(modelDescription("vendor-page-headset"), dictionaryCode(0x0B0E, 0xA346));
     QCOMPARE(link.output(0xFF40, {HOLD, MIC, ONLINE}), QByteArrayList{"0538"});
 }
 
@@ -398,8 +398,8 @@ void TestHidDecoder::decodersOnTwoThreadsDoNotMeet()
 {
     // Each thread alternates a Hook Switch press (CLICK) and release on its own headset; the
     // other decodes Phone Mute presses (MUTE). A shared callback slot would mix their lists.
-    DecoderOn hook(modelSpec("telephony-headset"), HidCode());
-    DecoderOn mute(modelSpec("telephony-headset-no-ids"), HidCode());
+    DecoderOn hook(modelDescription("telephony-headset"), HidCode());
+    DecoderOn mute(modelDescription("telephony-headset-no-ids"), HidCode());
     int hookWrong = 0;
     int muteWrong = 0;
     std::thread first([&] {

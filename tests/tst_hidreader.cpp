@@ -30,11 +30,11 @@ QString hex(const Bytes &bytes)
     return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size())).toHex());
 }
 
-hid::virt::DeviceSpec modelSpec(const char *model)
+hid::virt::DeviceDescription modelDescription(const char *model)
 {
-    hid::virt::DeviceSpec spec = hid::virt::findModel(model)->interfaces.front();
-    spec.path.clear();
-    return spec;
+    hid::virt::DeviceDescription description = hid::virt::findModel(model)->interfaces.front();
+    description.path.clear();
+    return description;
 }
 
 HidCode dictionaryCode(unsigned short vid, unsigned short pid)
@@ -79,11 +79,11 @@ class ReaderRig
 public:
     using Answer = std::function<std::vector<Bytes>(const Bytes &written)>;
 
-    ReaderRig(const hid::virt::DeviceSpec &spec, const HidCode &code, const QString &path = QString(),
+    ReaderRig(const hid::virt::DeviceDescription &description, const HidCode &code, const QString &path = QString(),
               Answer answer = nullptr)
-        : device(VirtualDevice::add(spec))
+        : device(VirtualDevice::add(description))
     {
-        const Bytes echo = spec.answerToWrite;
+        const Bytes echo = description.answerToWrite;
         device.setResponder([this, answer, echo](const Bytes &written) {
             timeline.add(QStringLiteral("write:") + hex(written));
             if (answer)
@@ -91,9 +91,9 @@ public:
             return echo.empty() ? std::vector<Bytes>() : std::vector<Bytes>{echo};
         });
         hid::HidDeviceInfo info;
-        info.vendorId = spec.vendorId;
-        info.productId = spec.productId;
-        info.name = QString::fromStdWString(spec.product);
+        info.vendorId = description.vendorId;
+        info.productId = description.productId;
+        info.name = QString::fromStdWString(description.product);
         info.path = path.isEmpty() ? QString::fromStdString(device.path()) : path;
         info.code = code;
         reader = hid::getReader(info);
@@ -239,7 +239,7 @@ void TestHidReader::startWritesInitThenEntersInitial()
 {
     CapturingLogger logger;
     {
-        ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+        ReaderRig rig(modelDescription("telephony-headset"), HidCode());
         QTRY_COMPARE(rig.timeline.entries(), startUp);
         QTRY_VERIFY(logger.texts().contains(QStringLiteral("State: Initial headset state entered")));
     }
@@ -264,7 +264,7 @@ void TestHidReader::startWritesInitThenEntersInitial()
 
 void TestHidReader::wholeCallThroughTheReader()
 {
-    ReaderRig rig(modelSpec("telephony-headset"), dictionaryCode(0x0B0E, 0x030D));
+    ReaderRig rig(modelDescription("telephony-headset"), dictionaryCode(0x0B0E, 0x030D));
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallMuted", "onCallUnmuted", "onCallHold",
                              "onCallHoldMuted", "onCallEnd"})
@@ -284,7 +284,7 @@ void TestHidReader::wholeCallThroughTheReader()
 void TestHidReader::callEndInInitialReentersIt()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     rig.call("onCallEnd");
     // The machine takes a transition as its signal is emitted, so here Initial is re-entered
@@ -296,7 +296,7 @@ void TestHidReader::callEndInInitialReentersIt()
 
 void TestHidReader::callEndInHoldMutedStaysThere()
 {
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     rig.call("onCallIncome");
     rig.call("onCallHoldMuted");
@@ -309,7 +309,7 @@ void TestHidReader::callEndInHoldMutedStaysThere()
 void TestHidReader::signalsWithoutTransitionsDoNothing()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallUnmuted", "onCallMuted", "onCallHold", "onCallHoldMuted"})
         rig.call(slot);
@@ -327,7 +327,7 @@ void TestHidReader::signalsWithoutTransitionsDoNothing()
 void TestHidReader::ringFromTalkUsesItsOwnCommand()
 {
     {
-        ReaderRig rig(modelSpec("telephony-headset"), dictionaryCode(0x0B0E, 0x030D));
+        ReaderRig rig(modelDescription("telephony-headset"), dictionaryCode(0x0B0E, 0x030D));
         QTRY_COMPARE(rig.timeline.entries(), startUp);
         for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallIncome", "onCallMuted", "onCallIncome",
                                  "onCallHold", "onCallIncome"})
@@ -342,7 +342,7 @@ void TestHidReader::ringFromTalkUsesItsOwnCommand()
     }
     HidCode noFromTalk = dictionaryCode(0x0B0E, 0x030D);
     noFromTalk.cmdFromTalkToRing.clear();
-    ReaderRig rig(modelSpec("telephony-headset"), noFromTalk);
+    ReaderRig rig(modelDescription("telephony-headset"), noFromTalk);
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallIncome"})
         rig.call(slot);
@@ -355,7 +355,7 @@ void TestHidReader::emptyHoldCommandsFallBack()
     HidCode code;
     code.cmdHold.clear();
     code.cmdHoldMuted.clear();
-    ReaderRig rig(modelSpec("telephony-headset"), code);
+    ReaderRig rig(modelDescription("telephony-headset"), code);
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallIncome", "onCallHold", "onCallHoldMuted"})
         rig.call(slot);
@@ -366,7 +366,7 @@ void TestHidReader::emptyHoldCommandsFallBack()
 
 void TestHidReader::vendorPageModelWritesEveryStep()
 {
-    ReaderRig rig(modelSpec("vendor-page-headset"), dictionaryCode(0x0B0E, 0xA346));
+    ReaderRig rig(modelDescription("vendor-page-headset"), dictionaryCode(0x0B0E, 0xA346));
     const QStringList init = {"write:0520", "write:0500", "state:Initial"}; // [On-Line], []
     QTRY_COMPARE(rig.timeline.entries(), init);
     rig.call("onCallIncome");
@@ -380,7 +380,7 @@ void TestHidReader::vendorPageModelWritesEveryStep()
 void TestHidReader::burstOfPressAndReleaseIsOneGesture()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     rig.device.press("answer");
     QTRY_COMPARE(rig.timeline.since(2), QStringList{"click"});
@@ -406,7 +406,7 @@ void TestHidReader::burstOfPressAndReleaseIsOneGesture()
 void TestHidReader::firstRecognisedGestureWins()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     rig.device.inject({0x01, 0x01, 0x00}); // Hook Switch: CLICK
     rig.device.inject({0x01, 0x05, 0x00}); // Phone Mute: MUTE
@@ -423,13 +423,13 @@ void TestHidReader::emptyReportGivesTheModelsGesture()
     CapturingLogger logger;
     {
         // Nothing changes in this report: an empty one.
-        ReaderRig rig(modelSpec("telephony-headset-no-ids"), dictionaryCode(0x047F, 0xC038)); // CLICK
+        ReaderRig rig(modelDescription("telephony-headset-no-ids"), dictionaryCode(0x047F, 0xC038)); // CLICK
         QTRY_COMPARE(rig.timeline.entries(), (QStringList{"write:00", "state:Initial"}));
         rig.device.inject({0x00, 0x00});
         QTRY_COMPARE(rig.timeline.since(2), QStringList{"click"});
     }
     logger.clear();
-    ReaderRig rig(modelSpec("telephony-headset-no-ids"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset-no-ids"), HidCode());
     QTRY_COMPARE(rig.timeline.size(), 2);
     rig.device.inject({0x00, 0x00});
     QTRY_VERIFY(logger.texts().contains(QStringLiteral("HID READER no signal to emit")));
@@ -439,7 +439,7 @@ void TestHidReader::emptyReportGivesTheModelsGesture()
 void TestHidReader::quietTickLogsNothingAndStopKeepsReading()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     QTRY_VERIFY(logger.texts().contains(QStringLiteral("State: Initial headset state entered")));
     logger.clear();
@@ -459,7 +459,7 @@ void TestHidReader::longDelayDrainDiscardsFollowingReports()
     CapturingLogger logger;
     const HidCode evolve = dictionaryCode(0x0B0E, 0x0301); // longDelay
     QVERIFY(evolve.longDelay);
-    ReaderRig rig(modelSpec("telephony-headset"), evolve);
+    ReaderRig rig(modelDescription("telephony-headset"), evolve);
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     QTRY_VERIFY(logger.texts().contains(QStringLiteral("State: Initial headset state entered")));
     // The init command itself was followed by a drain that found nothing.
@@ -484,7 +484,7 @@ void TestHidReader::longDelayDrainDiscardsFollowingReports()
 void TestHidReader::longDelayModelWritesEveryHoldStep()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), dictionaryCode(0x0B0E, 0x0301)); // [], [HOOK, HOLD], [HOLD]
+    ReaderRig rig(modelDescription("telephony-headset"), dictionaryCode(0x0B0E, 0x0301)); // [], [HOOK, HOLD], [HOLD]
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallHold"})
         rig.call(slot);
@@ -500,7 +500,7 @@ void TestHidReader::answersToWritesAreReadBackAndGiveNoGesture()
 {
     CapturingLogger logger;
     // The echoing headset answers each write; its configuration makes empty reports CLICK.
-    ReaderRig rig(modelSpec("echoing-headset"), dictionaryCode(0x047F, 0xC038));
+    ReaderRig rig(modelDescription("echoing-headset"), dictionaryCode(0x047F, 0xC038));
     QTRY_COMPARE(rig.timeline.entries(), (QStringList{"write:00", "state:Initial"}));
     rig.call("onCallIncome");
     QTRY_COMPARE(rig.timeline.since(2), (QStringList{"write:22", "state:Incoming call"}));
@@ -520,7 +520,7 @@ void TestHidReader::hangUpAfterAnsweringFromTheApplication()
         const unsigned char offHook = written.at(0) & 0x01;
         return std::vector<Bytes>{{offHook, 0x00}};
     };
-    ReaderRig rig(modelSpec("telephony-headset-no-ids"), HidCode(), QString(), hookFollowsLamp);
+    ReaderRig rig(modelDescription("telephony-headset-no-ids"), HidCode(), QString(), hookFollowsLamp);
     QTRY_COMPARE(rig.timeline.size(), 2);
     rig.call("onCallIncome");
     rig.call("onCallUnmuted"); // answered in the application: Off-Hook written, hook answers on
@@ -532,7 +532,7 @@ void TestHidReader::hangUpAfterAnsweringFromTheApplication()
 void TestHidReader::failedStartEmitsFinishedAndBuildsNoMachine()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode(), QStringLiteral("virtual-hid/nowhere"));
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode(), QStringLiteral("virtual-hid/nowhere"));
     QTRY_COMPARE(rig.timeline.entries(), QStringList{"finished"});
     QCOMPARE(textsFrom(logger, 3), QStringList{"HID READER Failed to open device virtual-hid/nowhere"});
     logger.clear();
@@ -553,7 +553,7 @@ void TestHidReader::failedStartEmitsFinishedAndBuildsNoMachine()
 void TestHidReader::commandStopsAtTheStepThatCannotBeBuilt()
 {
     CapturingLogger logger;
-    VirtualDevice device = VirtualDevice::add(modelSpec("telephony-headset"));
+    VirtualDevice device = VirtualDevice::add(modelDescription("telephony-headset"));
     hid_device *handle = hid_open_path(device.path().c_str());
     hid::HidDeviceInfo info;
     info.code.longDelay = true; // a drain would log; none may follow a failed command
@@ -570,7 +570,7 @@ void TestHidReader::commandStopsAtTheStepThatCannotBeBuilt()
 void TestHidReader::reportListWithOneEmptyReportWritesNothing()
 {
     CapturingLogger logger;
-    VirtualDevice device = VirtualDevice::add(modelSpec("telephony-headset"));
+    VirtualDevice device = VirtualDevice::add(modelDescription("telephony-headset"));
     hid_device *handle = hid_open_path(device.path().c_str());
     const hid::HidDeviceInfo info;
     WritingReader reader(info, handle, new hid::HidDecoder(info, handle));
@@ -591,7 +591,7 @@ void TestHidReader::reportListWithOneEmptyReportWritesNothing()
 void TestHidReader::unpluggedDeviceKeepsTheReaderAliveAndQuiet()
 {
     CapturingLogger logger;
-    ReaderRig rig(modelSpec("telephony-headset"), HidCode());
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     QTRY_VERIFY(logger.texts().contains(QStringLiteral("State: Initial headset state entered")));
     rig.device.unplug();

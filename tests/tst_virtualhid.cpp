@@ -181,8 +181,8 @@ void TestVirtualHid::stringsAndDeviceInfo()
 
     unsigned char descriptor[4096];
     const int length = hid_get_report_descriptor(handle, descriptor, sizeof(descriptor));
-    QCOMPARE(length, int(device.spec().descriptor.size()));
-    QVERIFY(std::equal(descriptor, descriptor + length, device.spec().descriptor.begin()));
+    QCOMPARE(length, int(device.description().descriptor.size()));
+    QVERIFY(std::equal(descriptor, descriptor + length, device.description().descriptor.begin()));
     QCOMPARE(hid_get_report_descriptor(handle, descriptor, 4), 4);
     hid_close(handle);
 }

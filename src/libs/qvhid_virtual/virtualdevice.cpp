@@ -4,9 +4,9 @@
 
 namespace hid::virt {
 
-VirtualDevice VirtualDevice::add(const DeviceSpec &spec)
+VirtualDevice VirtualDevice::add(const DeviceDescription &description)
 {
-    return VirtualDevice(Registry::instance().add(spec));
+    return VirtualDevice(Registry::instance().add(description));
 }
 
 bool VirtualDevice::isValid() const
@@ -16,12 +16,12 @@ bool VirtualDevice::isValid() const
 
 std::string VirtualDevice::path() const
 {
-    return Registry::instance().spec(m_id).path;
+    return Registry::instance().description(m_id).path;
 }
 
-DeviceSpec VirtualDevice::spec() const
+DeviceDescription VirtualDevice::description() const
 {
-    return Registry::instance().spec(m_id);
+    return Registry::instance().description(m_id);
 }
 
 void VirtualDevice::remove()

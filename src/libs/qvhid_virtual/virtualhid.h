@@ -35,7 +35,7 @@ struct Button
 };
 
 // One HID interface, as hidapi's enumeration shows it.
-struct DeviceSpec
+struct DeviceDescription
 {
     unsigned short vendorId = 0;
     unsigned short productId = 0;
@@ -87,12 +87,12 @@ public:
     VirtualDevice() = default;
 
     // Adds a plugged device. It is listed after the system's devices, in the order added.
-    static VirtualDevice add(const DeviceSpec &spec);
+    static VirtualDevice add(const DeviceDescription &description);
 
     bool isValid() const; // refers to a device that was not removed
     int id() const { return m_id; }
     std::string path() const;
-    DeviceSpec spec() const;
+    DeviceDescription description() const;
 
     // Removes the device; open handles to it fail from then on.
     void remove();

@@ -87,21 +87,21 @@ std::vector<Button> telephonyButtons(bool withReportIds)
     };
 }
 
-DeviceSpec telephonyHeadset(bool withReportIds)
+DeviceDescription telephonyHeadset(bool withReportIds)
 {
-    DeviceSpec spec;
-    spec.vendorId = 0x0B0E;
-    spec.productId = withReportIds ? 0x030D : 0xA345;
-    spec.releaseNumber = 0x0100;
-    spec.product = withReportIds ? L"Office Headset 20" : L"Office Headset 30";
-    spec.manufacturer = L"Virtual Audio";
-    spec.serialNumber = withReportIds ? L"VH-0020" : L"VH-0030";
-    spec.interfaceNumber = 3;
-    spec.usagePage = 0x0B;
-    spec.usage = 0x05;
-    spec.descriptor = telephonyDescriptor(withReportIds);
-    spec.buttons = telephonyButtons(withReportIds);
-    return spec;
+    DeviceDescription description;
+    description.vendorId = 0x0B0E;
+    description.productId = withReportIds ? 0x030D : 0xA345;
+    description.releaseNumber = 0x0100;
+    description.product = withReportIds ? L"Office Headset 20" : L"Office Headset 30";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = withReportIds ? L"VH-0020" : L"VH-0030";
+    description.interfaceNumber = 3;
+    description.usagePage = 0x0B;
+    description.usage = 0x05;
+    description.descriptor = telephonyDescriptor(withReportIds);
+    description.buttons = telephonyButtons(withReportIds);
+    return description;
 }
 
 // Vendor-defined collection 0xFF00/0x05 with its inputs on page 0xFF30 and its lamps on page
@@ -109,19 +109,19 @@ DeviceSpec telephonyHeadset(bool withReportIds)
 // read 1 while held.
 //   input:  [4] [bit 0 hook, 1 line busy, 2 mute, 3 flash, 4 drop]
 //   output: [5] [bit 0 off-hook, 1 ring, 2 mute, 3 hold, 4 microphone, 5 on-line]
-DeviceSpec vendorPageHeadset()
+DeviceDescription vendorPageHeadset()
 {
-    DeviceSpec spec;
-    spec.vendorId = 0x0B0E;
-    spec.productId = 0xA346;
-    spec.releaseNumber = 0x0210;
-    spec.product = L"Link Adapter 360";
-    spec.manufacturer = L"Virtual Audio";
-    spec.serialNumber = L"VL-0360";
-    spec.interfaceNumber = 3;
-    spec.usagePage = 0xFF00;
-    spec.usage = 0x05;
-    spec.descriptor = {
+    DeviceDescription description;
+    description.vendorId = 0x0B0E;
+    description.productId = 0xA346;
+    description.releaseNumber = 0x0210;
+    description.product = L"Link Adapter 360";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = L"VL-0360";
+    description.interfaceNumber = 3;
+    description.usagePage = 0xFF00;
+    description.usage = 0x05;
+    description.descriptor = {
         0x06, 0x00, 0xFF, // Usage Page (vendor 0xFF00)
         0x09, 0x05,       // Usage (0x05)
         0xA1, 0x01,       // Collection (Application)
@@ -153,31 +153,31 @@ DeviceSpec vendorPageHeadset()
         0x91, 0x03,       //   Output (Constant): padding
         0xC0,             // End Collection
     };
-    spec.buttons = {
+    description.buttons = {
         {"answer", {0x04, 0x01}, {0x04, 0x00}},
         {"mute", {0x04, 0x04}, {0x04, 0x00}},
         {"flash", {0x04, 0x08}, {0x04, 0x00}},
         {"drop", {0x04, 0x10}, {0x04, 0x00}},
     };
-    return spec;
+    return description;
 }
 
 // Consumer Control collection with Volume Increment, Volume Decrement and Mute, as headsets
 // show on an interface of their own for the volume keys.
 //   input: [bit 0 Volume Increment, 1 Volume Decrement, 2 Mute]
-DeviceSpec consumerControlInterface()
+DeviceDescription consumerControlInterface()
 {
-    DeviceSpec spec;
-    spec.vendorId = 0x0B0E;
-    spec.productId = 0x245E;
-    spec.releaseNumber = 0x0100;
-    spec.product = L"Office Headset 40";
-    spec.manufacturer = L"Virtual Audio";
-    spec.serialNumber = L"VH-0040";
-    spec.interfaceNumber = 3;
-    spec.usagePage = 0x0C;
-    spec.usage = 0x01;
-    spec.descriptor = {
+    DeviceDescription description;
+    description.vendorId = 0x0B0E;
+    description.productId = 0x245E;
+    description.releaseNumber = 0x0100;
+    description.product = L"Office Headset 40";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = L"VH-0040";
+    description.interfaceNumber = 3;
+    description.usagePage = 0x0C;
+    description.usage = 0x01;
+    description.descriptor = {
         0x05, 0x0C, // Usage Page (Consumer)
         0x09, 0x01, // Usage (Consumer Control)
         0xA1, 0x01, // Collection (Application)
@@ -193,37 +193,37 @@ DeviceSpec consumerControlInterface()
         0x81, 0x03, //   Input (Constant): padding
         0xC0,       // End Collection
     };
-    spec.buttons = {
+    description.buttons = {
         {"volume-up", {0x01}, {0x00}},
         {"volume-down", {0x02}, {0x00}},
         {"speaker-mute", {0x04}, {0x00}},
     };
-    return spec;
+    return description;
 }
 
-DeviceSpec telephonyInterfaceBehindConsumerControl()
+DeviceDescription telephonyInterfaceBehindConsumerControl()
 {
-    DeviceSpec spec = telephonyHeadset(true);
-    const DeviceSpec consumer = consumerControlInterface();
-    spec.productId = consumer.productId;
-    spec.product = consumer.product;
-    spec.serialNumber = consumer.serialNumber;
-    spec.interfaceNumber = 4;
-    return spec;
+    DeviceDescription description = telephonyHeadset(true);
+    const DeviceDescription consumer = consumerControlInterface();
+    description.productId = consumer.productId;
+    description.product = consumer.product;
+    description.serialNumber = consumer.serialNumber;
+    description.interfaceNumber = 4;
+    return description;
 }
 
 // A telephony headset without report ids that answers each write with its unchanged input
 // state (on-hook, nothing pressed).
-DeviceSpec echoingHeadset()
+DeviceDescription echoingHeadset()
 {
-    DeviceSpec spec = telephonyHeadset(false);
-    spec.vendorId = 0x047F;
-    spec.productId = 0xC038;
-    spec.product = L"Desk Headset 310";
-    spec.serialNumber = L"VD-0310";
-    spec.interfaceNumber = 3;
-    spec.answerToWrite = {0x00, 0x00};
-    return spec;
+    DeviceDescription description = telephonyHeadset(false);
+    description.vendorId = 0x047F;
+    description.productId = 0xC038;
+    description.product = L"Desk Headset 310";
+    description.serialNumber = L"VD-0310";
+    description.interfaceNumber = 3;
+    description.answerToWrite = {0x00, 0x00};
+    return description;
 }
 
 std::vector<Model> makeModels()
@@ -267,9 +267,9 @@ const Model *findModel(const std::string &name)
 std::vector<VirtualDevice> addModel(const Model &model)
 {
     std::vector<VirtualDevice> devices;
-    for (DeviceSpec spec : model.interfaces) {
-        spec.path.clear();
-        devices.push_back(VirtualDevice::add(spec));
+    for (DeviceDescription description : model.interfaces) {
+        description.path.clear();
+        devices.push_back(VirtualDevice::add(description));
     }
     return devices;
 }

@@ -14,7 +14,7 @@ struct Model
 {
     std::string name;
     std::string summary;
-    std::vector<DeviceSpec> interfaces; // in the order a system enumerates them
+    std::vector<DeviceDescription> interfaces; // in the order a system enumerates them
 };
 
 // Every ready model; the first is the standard telephony headset.

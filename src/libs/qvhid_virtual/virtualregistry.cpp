@@ -24,22 +24,22 @@ struct QueuedReport
     Bytes bytes;
 };
 
-hid_device_info *makeInfo(const DeviceSpec &spec)
+hid_device_info *makeInfo(const DeviceDescription &description)
 {
     auto *info = static_cast<hid_device_info *>(std::calloc(1, sizeof(hid_device_info)));
     if (!info)
         return nullptr;
     // Allocated as hidapi allocates its records, so that either's free function releases them.
-    info->path = strdup(spec.path.c_str());
-    info->vendor_id = spec.vendorId;
-    info->product_id = spec.productId;
-    info->serial_number = wcsdup(spec.serialNumber.c_str());
-    info->release_number = spec.releaseNumber;
-    info->manufacturer_string = wcsdup(spec.manufacturer.c_str());
-    info->product_string = wcsdup(spec.product.c_str());
-    info->usage_page = spec.usagePage;
-    info->usage = spec.usage;
-    info->interface_number = spec.interfaceNumber;
+    info->path = strdup(description.path.c_str());
+    info->vendor_id = description.vendorId;
+    info->product_id = description.productId;
+    info->serial_number = wcsdup(description.serialNumber.c_str());
+    info->release_number = description.releaseNumber;
+    info->manufacturer_string = wcsdup(description.manufacturer.c_str());
+    info->product_string = wcsdup(description.product.c_str());
+    info->usage_page = description.usagePage;
+    info->usage = description.usage;
+    info->interface_number = description.interfaceNumber;
     info->bus_type = HID_API_BUS_USB;
     return info;
 }
@@ -60,7 +60,7 @@ void freeInfo(hid_device_info *info)
 struct VirtualDeviceState
 {
     int id = 0;
-    DeviceSpec spec;
+    DeviceDescription description;
     bool plugged = true;
     bool removed = false;
     unsigned int generation = 0; // counts plug-ins; handles of an earlier one are dead
@@ -107,14 +107,14 @@ std::shared_ptr<VirtualHandle> Registry::findHandle(hid_device *device)
     return found == m_handles.end() ? nullptr : found->second;
 }
 
-int Registry::add(DeviceSpec spec)
+int Registry::add(DeviceDescription description)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     auto device = std::make_shared<VirtualDeviceState>();
     device->id = m_nextId++;
-    if (spec.path.empty())
-        spec.path = "virtual-hid/" + std::to_string(device->id);
-    device->spec = std::move(spec);
+    if (description.path.empty())
+        description.path = "virtual-hid/" + std::to_string(device->id);
+    device->description = std::move(description);
     m_devices.emplace(device->id, device);
     return device->id;
 }
@@ -144,11 +144,11 @@ bool Registry::exists(int id)
     return findDevice(id) != nullptr;
 }
 
-DeviceSpec Registry::spec(int id)
+DeviceDescription Registry::description(int id)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     const auto device = findDevice(id);
-    return device ? device->spec : DeviceSpec();
+    return device ? device->description : DeviceDescription();
 }
 
 void Registry::unplug(int id)
@@ -168,7 +168,7 @@ void Registry::replug(int id, const std::string &newPath)
     device->plugged = true;
     ++device->generation;
     if (!newPath.empty())
-        device->spec.path = newPath;
+        device->description.path = newPath;
 }
 
 bool Registry::isPlugged(int id)
@@ -211,7 +211,7 @@ bool Registry::sendButton(int id, const std::string &name, bool press,
     auto device = findDevice(id);
     if (!device)
         return false;
-    for (const Button &button : device->spec.buttons) {
+    for (const Button &button : device->description.buttons) {
         if (button.name != name)
             continue;
         const Bytes &report = press ? button.press : button.release;
@@ -282,10 +282,10 @@ hid_device_info *Registry::appendEnumeration(hid_device_info *list, unsigned sho
         const VirtualDeviceState &device = *entry.second;
         if (!device.plugged)
             continue;
-        if ((vendorId != 0 && vendorId != device.spec.vendorId)
-            || (productId != 0 && productId != device.spec.productId))
+        if ((vendorId != 0 && vendorId != device.description.vendorId)
+            || (productId != 0 && productId != device.description.productId))
             continue;
-        if (hid_device_info *info = makeInfo(device.spec)) {
+        if (hid_device_info *info = makeInfo(device.description)) {
             *tail = info;
             tail = &info->next;
         }
@@ -301,7 +301,7 @@ hid_device *Registry::open(const char *path, bool &isVirtualPath)
         return nullptr;
     for (const auto &entry : m_devices) {
         const std::shared_ptr<VirtualDeviceState> &device = entry.second;
-        if (device->spec.path != path)
+        if (device->description.path != path)
             continue;
         isVirtualPath = true;
         if (!device->plugged || device->faults.openFails)
@@ -309,7 +309,7 @@ hid_device *Registry::open(const char *path, bool &isVirtualPath)
         auto handle = std::make_shared<VirtualHandle>();
         handle->device = device;
         handle->generation = device->generation;
-        handle->info = makeInfo(device->spec);
+        handle->info = makeInfo(device->description);
         auto *key = reinterpret_cast<hid_device *>(handle.get());
         m_handles.emplace(key, std::move(handle));
         ++device->counters.opens;
@@ -357,7 +357,7 @@ int Registry::write(hid_device *device, const unsigned char *data, size_t length
     state->written.push_back({now, wire});
 
     Responder responder = state->responder;
-    const Bytes answer = state->spec.answerToWrite;
+    const Bytes answer = state->description.answerToWrite;
     lock.unlock(); // a responder may call back into the registry
     std::vector<Bytes> answers;
     if (responder)
@@ -430,10 +430,10 @@ int Registry::text(hid_device *device, Text which, wchar_t *buffer, size_t maxLe
     const auto handle = findHandle(device);
     if (!handle || !buffer || maxLength == 0)
         return -1;
-    const DeviceSpec &spec = handle->device->spec;
-    const std::wstring &value = which == Text::Manufacturer ? spec.manufacturer
-                                : which == Text::Product    ? spec.product
-                                                            : spec.serialNumber;
+    const DeviceDescription &description = handle->device->description;
+    const std::wstring &value = which == Text::Manufacturer ? description.manufacturer
+                                : which == Text::Product    ? description.product
+                                                            : description.serialNumber;
     std::wcsncpy(buffer, value.c_str(), maxLength);
     buffer[maxLength - 1] = L'\0';
     return 0;
@@ -460,7 +460,7 @@ int Registry::reportDescriptor(hid_device *device, unsigned char *buffer, size_t
         handle->error = L"report descriptor unreadable (injected fault)";
         return -1;
     }
-    const Bytes &descriptor = handle->device->spec.descriptor;
+    const Bytes &descriptor = handle->device->description.descriptor;
     const std::size_t count = std::min(size, descriptor.size());
     std::memcpy(buffer, descriptor.data(), count);
     return static_cast<int>(count);

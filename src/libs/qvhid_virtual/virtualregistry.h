@@ -24,11 +24,11 @@ public:
     static Registry &instance();
 
     // The control side (VirtualDevice).
-    int add(DeviceSpec spec);
+    int add(DeviceDescription description);
     void remove(int id);
     void removeAll();
     bool exists(int id);
-    DeviceSpec spec(int id);
+    DeviceDescription description(int id);
     void unplug(int id);
     void replug(int id, const std::string &newPath);
     bool isPlugged(int id);
