@@ -1,0 +1,23 @@
+# qvhid_package_library(TARGET): what each shared library of the package has in common.
+# - a versioned SONAME, and an export name for the QvHid:: imported target;
+# - no undefined symbols left for the loader, and an export list, <dir>/TARGET.map, so that
+#   only the library's own API leaves it (not the standard-library code it instantiates);
+# - installation into the QvHid export set, with a relocatable pkg-config file made from
+#   cmake/TARGET.pc.in.
+function(qvhid_package_library target)
+    set(map ${CMAKE_CURRENT_SOURCE_DIR}/${target}.map)
+    set_target_properties(${target} PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        EXPORT_NAME ${target})
+    target_link_options(${target} PRIVATE
+        "LINKER:--no-undefined"
+        "LINKER:--version-script=${map}")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+
+    install(TARGETS ${target} EXPORT QvHidTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${target}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.pc @ONLY)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endfunction()
