@@ -1,4 +1,5 @@
 #include "parsedview.h"
+#include "virtualheadsets.h"
 
 #include <virtualmodels.h>
 
@@ -11,13 +12,6 @@
 using namespace parsedview;
 
 namespace {
-
-const hid::virt::DeviceDescription &modelInterface(const char *name, int index = 0)
-{
-    const hid::virt::Model *model = hid::virt::findModel(name);
-    Q_ASSERT(model);
-    return model->interfaces.at(static_cast<std::size_t>(index));
-}
 
 const hid_collection *topLevel(const hid_descriptor *descriptor)
 {
@@ -130,7 +124,7 @@ private slots:
 
 void TestHidapiParser::telephonyHeadsetRecords()
 {
-    const DescriptorPtr d = parse(modelInterface("telephony-headset").descriptor);
+    const DescriptorPtr d = parse(modelDescription("telephony-headset").descriptor);
     QVERIFY(d);
     QCOMPARE(d->uses_report_ids, 1);
     QCOMPARE(d->num_collections, 1);
@@ -155,7 +149,7 @@ void TestHidapiParser::telephonyHeadsetRecords()
 
 void TestHidapiParser::telephonyHeadsetWithoutReportIds()
 {
-    const DescriptorPtr d = parse(modelInterface("telephony-headset-no-ids").descriptor);
+    const DescriptorPtr d = parse(modelDescription("telephony-headset-no-ids").descriptor);
     QVERIFY(d);
     QCOMPARE(d->uses_report_ids, 0);
     const QStringList elements = elementsOf(topLevel(d.get()));
@@ -167,7 +161,7 @@ void TestHidapiParser::telephonyHeadsetWithoutReportIds()
 
 void TestHidapiParser::vendorPageRecords()
 {
-    const DescriptorPtr d = parse(modelInterface("vendor-page-headset").descriptor);
+    const DescriptorPtr d = parse(modelDescription("vendor-page-headset").descriptor);
     QVERIFY(d);
     QCOMPARE(childrenOf(d->device_collection), QStringList{"ff00:0005 type1"});
     const QStringList expected = {
@@ -181,7 +175,7 @@ void TestHidapiParser::vendorPageRecords()
 
 void TestHidapiParser::buttonEventsOfTheTelephonyHeadset()
 {
-    const hid::virt::DeviceDescription &description = modelInterface("telephony-headset");
+    const hid::virt::DeviceDescription description = modelDescription("telephony-headset");
     const DescriptorPtr d = parse(description.descriptor);
     QVERIFY(d);
     struct Step
@@ -211,7 +205,7 @@ void TestHidapiParser::buttonEventsOfTheTelephonyHeadset()
 
 void TestHidapiParser::buttonEventsOfTheVendorHeadset()
 {
-    const DescriptorPtr d = parse(modelInterface("vendor-page-headset").descriptor);
+    const DescriptorPtr d = parse(modelDescription("vendor-page-headset").descriptor);
     QVERIFY(d);
     QCOMPARE(feed(d.get(), fromHex("0401")).elements, QStringList{"ff30:0020=1"});
     QCOMPARE(feed(d.get(), fromHex("0400")).elements, QStringList{});
@@ -223,7 +217,7 @@ void TestHidapiParser::onOffControlsReportEveryChange()
 {
     // Hook Switch and Line Busy Tone are on/off controls: both edges are events. A relative
     // field reports every non-zero value, also the same one twice.
-    const DescriptorPtr d = parse(modelInterface("telephony-headset").descriptor);
+    const DescriptorPtr d = parse(modelDescription("telephony-headset").descriptor);
     QCOMPARE(feed(d.get(), fromHex("010300")).elements, (QStringList{"000b:0020=1", "000b:0097=1"}));
     QCOMPARE(feed(d.get(), fromHex("010300")).elements, QStringList{});
     QCOMPARE(feed(d.get(), fromHex("010100")).elements, QStringList{"000b:0097=0"});
@@ -308,7 +302,7 @@ void TestHidapiParser::countBeyondUsagesRepeatsTheLastUsage()
 
 void TestHidapiParser::outputReportsCarryTheirIdByte()
 {
-    const DescriptorPtr withIds = parse(modelInterface("telephony-headset").descriptor);
+    const DescriptorPtr withIds = parse(modelDescription("telephony-headset").descriptor);
     QCOMPARE(outputReport(withIds.get(), 2), QByteArray("0200"));
     QCOMPARE(outputReport(withIds.get(), 1), QByteArray()); // input only
     QCOMPARE(outputReport(withIds.get(), 0), QByteArray());
@@ -318,7 +312,7 @@ void TestHidapiParser::outputReportsCarryTheirIdByte()
     }
     QCOMPARE(outputReport(withIds.get(), 2), QByteArray("0222"));
 
-    const DescriptorPtr withoutIds = parse(modelInterface("telephony-headset-no-ids").descriptor);
+    const DescriptorPtr withoutIds = parse(modelDescription("telephony-headset-no-ids").descriptor);
     QCOMPARE(outputReport(withoutIds.get(), 0), QByteArray("0000"));
     QCOMPARE(outputReport(withoutIds.get(), 2), QByteArray());
     size_t length = 99;
@@ -336,7 +330,7 @@ void TestHidapiParser::outputReportsCarryTheirIdByte()
 
 void TestHidapiParser::inputReportErrorsCallNothing()
 {
-    const DescriptorPtr d = parse(modelInterface("telephony-headset").descriptor);
+    const DescriptorPtr d = parse(modelDescription("telephony-headset").descriptor);
     QCOMPARE(feed(d.get(), fromHex("030100")).result, -1); // unknown report id
     const Reported shortReport = feed(d.get(), fromHex("0101"));
     QCOMPARE(shortReport.result, -1);

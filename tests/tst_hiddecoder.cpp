@@ -1,6 +1,7 @@
 // The headset decoder, over virtual headsets and the real report-parser library.
 
 #include "capturinglogger.h"
+#include "virtualheadsets.h"
 
 #include <hiddecoderbase.h>
 #include <platform/hiddecoder.h>
@@ -27,13 +28,6 @@ namespace {
 
 constexpr unsigned short LedPage = 0x08;
 constexpr unsigned short MUTE = 0x09, HOOK = 0x17, RING = 0x18, HOLD = 0x20, MIC = 0x21, ONLINE = 0x2A;
-
-hid::virt::DeviceDescription modelDescription(const char *model, int index = 0)
-{
-    hid::virt::DeviceDescription description = hid::virt::findModel(model)->interfaces.at(static_cast<std::size_t>(index));
-    description.path.clear();
-    return description;
-}
 
 hid::virt::DeviceDescription handWritten(const char *hex)
 {
@@ -73,14 +67,6 @@ HidCode codeWithEmptyReportGesture(ClickType gesture)
 {
     HidCode code;
     code.clickTypeOnEmptyCode = gesture;
-    return code;
-}
-
-HidCode dictionaryCode(unsigned short vid, unsigned short pid)
-{
-    bool isExplicit = false;
-    const HidCode code = hid::HidDeviceDict::getHidCode(vid, pid, isExplicit);
-    Q_ASSERT(isExplicit);
     return code;
 }
 

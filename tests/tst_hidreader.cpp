@@ -2,6 +2,7 @@
 // its writes, the read cycle and its gestures, drains, and failures.
 
 #include "capturinglogger.h"
+#include "virtualheadsets.h"
 
 #include <hidreaderbase.h>
 #include <platform/hiddecoder.h>
@@ -28,19 +29,6 @@ constexpr unsigned short MUTE = 0x09, HOOK = 0x17, RING = 0x18, HOLD = 0x20, ONL
 QString hex(const Bytes &bytes)
 {
     return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size())).toHex());
-}
-
-hid::virt::DeviceDescription modelDescription(const char *model)
-{
-    hid::virt::DeviceDescription description = hid::virt::findModel(model)->interfaces.front();
-    description.path.clear();
-    return description;
-}
-
-HidCode dictionaryCode(unsigned short vid, unsigned short pid)
-{
-    bool isExplicit = false;
-    return hid::HidDeviceDict::getHidCode(vid, pid, isExplicit);
 }
 
 // What the reader did, in the order it did it: reports the headset received ("write:0222"),
