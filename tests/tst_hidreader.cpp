@@ -252,6 +252,7 @@ void TestHidReader::startWritesInitThenEntersInitial()
 
 void TestHidReader::wholeCallThroughTheReader()
 {
+    CapturingLogger logger;
     ReaderRig rig(modelDescription("telephony-headset"), dictionaryCode(0x0B0E, 0x030D));
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallMuted", "onCallUnmuted", "onCallHold",
@@ -267,6 +268,21 @@ void TestHidReader::wholeCallThroughTheReader()
         "write:0200",                        // ended in Hold muted: lamps off, state kept
     };
     QTRY_COMPARE(rig.timeline.entries(), expected);
+    QStringList entries;
+    for (const CapturedLine &line : logger.lines()) {
+        if (line.text.startsWith(QLatin1String("State: "))) {
+            entries << line.text;
+            QCOMPARE(line.level, 7);
+            QCOMPARE(line.file, QStringLiteral("src/libs/qvhid/src/hidreaderbase"));
+        }
+    }
+    const QStringList stateLines = {
+        "State: Initial headset state entered",      "State: Incoming call headset state entered",
+        "State: Talk headset state entered",         "State: Talk muted headset state entered",
+        "State: Talk headset state entered",         "State: Call on hold headset state entered",
+        "State: Call on hold muted headset state entered",
+    };
+    QCOMPARE(entries, stateLines);
 }
 
 void TestHidReader::callEndInInitialReentersIt()
@@ -536,6 +552,15 @@ void TestHidReader::failedStartEmitsFinishedAndBuildsNoMachine()
     int result = 0;
     rig.onReaderThread([&] { result = rig.reader->writeCommand({{RING}}, QStringLiteral("x")); });
     QCOMPARE(result, -1);
+    // A report handed to a reader without a decoder is dropped with an error.
+    logger.clear();
+    rig.onReaderThread([&] {
+        hid::InputBuf report = {0x01, 0x01, 0x00};
+        rig.reader->onHIDDataRead(report, 3);
+    });
+    QCOMPARE(textsFrom(logger, 3), QStringList{"HID onHIDDataRead: there is no decoder"});
+    QCOMPARE(logger.texts().size(), 1);
+    QCOMPARE(rig.timeline.entries(), QStringList{"finished"});
 }
 
 void TestHidReader::commandStopsAtTheStepThatCannotBeBuilt()
@@ -571,6 +596,11 @@ void TestHidReader::reportListWithOneEmptyReportWritesNothing()
     QCOMPARE(logger.lines().front().level, 7);
     // Two reports: the sum of the writes; a failed write adds -1 and is still logged.
     QCOMPARE(reader.writeBinaryData({{0x02, 0x01}, {0x02, 0x00}}, QStringLiteral("y")), 4);
+    // Without a device handle nothing is written, and that is an error.
+    logger.clear();
+    WritingReader unopened(info, nullptr, nullptr);
+    QCOMPARE(unopened.writeBinaryData({{0x02, 0x01}}, QStringLiteral("w")), -1);
+    QCOMPARE(textsFrom(logger, 3), QStringList{"HID READER w: no device handle"});
     device.unplug();
     QCOMPARE(reader.writeBinaryData({{0x02, 0x01}, {0x02, 0x00}}, QStringLiteral("z")), -2);
     QVERIFY(logger.texts().contains(QStringLiteral("HID READER z WRITED: [02 01 ]  result is -1")));
