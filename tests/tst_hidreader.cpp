@@ -26,11 +26,6 @@ namespace {
 
 constexpr unsigned short MUTE = 0x09, HOOK = 0x17, RING = 0x18, HOLD = 0x20, ONLINE = 0x2A;
 
-QString hex(const Bytes &bytes)
-{
-    return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size())).toHex());
-}
-
 // What the reader did, in the order it did it: reports the headset received ("write:0222"),
 // states entered ("state:Talk") and gestures ("click", "mute", "reject", "finished").
 // Entries are kept as standard strings: Qt's implicitly shared lists and strings would share
@@ -73,7 +68,7 @@ public:
     {
         const Bytes echo = description.answerToWrite;
         device.setResponder([this, answer, echo](const Bytes &written) {
-            timeline.add(QStringLiteral("write:") + hex(written));
+            timeline.add(QStringLiteral("write:") + hexOf(written));
             if (answer)
                 return answer(written);
             return echo.empty() ? std::vector<Bytes>() : std::vector<Bytes>{echo};

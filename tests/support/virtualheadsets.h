@@ -4,8 +4,12 @@
 // The ready virtual headsets and the built-in dictionary's codes, as the tests take them.
 
 #include <hiddeviceinfo.h>
+#include <virtualhid.h>
 #include <virtualmodels.h>
 
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 // Interface `index` of a ready model, without its path, so that each device added from it gets
@@ -26,6 +30,21 @@ inline hid::HidCode dictionaryCode(unsigned short vid, unsigned short pid)
     const hid::HidCode code = hid::HidDeviceDict::getHidCode(vid, pid, isExplicit);
     Q_ASSERT(isExplicit);
     return code;
+}
+
+// Report bytes as lowercase hex without blanks: "0222".
+inline QString hexOf(const hid::virt::Bytes &bytes)
+{
+    return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size())).toHex());
+}
+
+// Every report the device received, in order, as hexOf() writes it.
+inline QStringList writtenHex(const hid::virt::VirtualDevice &device)
+{
+    QStringList result;
+    for (const hid::virt::WrittenReport &report : device.writtenReports())
+        result << hexOf(report.bytes);
+    return result;
 }
 
 #endif // QVHID_TESTS_VIRTUALHEADSETS_H

@@ -1,0 +1,123 @@
+#ifndef QVHID_HIDDEVICE_H
+#define QVHID_HIDDEVICE_H
+
+#include "hiddeviceinfo.h"
+#include "qvhid_global.h"
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QThread>
+
+// hidapi's enumeration record, as its header declares it.
+struct hid_device_info;
+
+namespace hid {
+
+class HidReaderBase;
+
+// The thread of one headset binding: a plain event loop that says when it is destroyed.
+class QVHID_EXPORT ReaderThread : public QThread
+{
+public:
+    ~ReaderThread() override;
+};
+
+// Binds one audio-device name to the HID interface of the same headset, and runs that
+// headset's reader on a thread of its own.
+//
+// reset() rebinds: it withdraws the current binding (hide), finds the interface whose product
+// string is the hardware name inside the audio-device name and whose ids the headset
+// dictionary lists explicitly, and starts a new reader for it (show). The reader's gestures and
+// call states come up through this object's signals on this object's thread; the call-state
+// slots go down to the reader as queued calls.
+//
+// Lives on the application's main thread; call everything there.
+class QVHID_EXPORT HidDevice : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HidDevice(QObject* parent);
+    // Emits hide() and lets the reader thread quit. Threads that are still finishing are waited
+    // for (a bounded time), because the event loop that would delete them may never run again:
+    // the manager is usually destroyed at process exit.
+    ~HidDevice() override;
+
+    // Replaces the headset dictionary with the rows of `json`, the text of a headset dictionary.
+    void initDevices(const QString& json);
+
+    // Rebinds to the audio device `name`; true when a reader was started. Always emits hide()
+    // first, also when `name` is the name already bound.
+    bool reset(const QString& name);
+    // The audio-device name of the binding, as the application gave it; empty when none was
+    // found. A binding whose reader gave up keeps its name.
+    QString getName() const;
+
+    // Starts a reader for the chosen interface; false, with nothing started, when none is chosen.
+    bool startHidReadTrhead();
+    // Asks the reader thread to quit, without waiting, and forgets reader and thread. The thread
+    // deletes itself and the reader once its loop has ended.
+    void stopHidReadThread();
+
+    // The hardware name inside an audio-device name: the text of a final parenthesised group,
+    // without an index prefix such as "2-"; the whole name when there is no such group. The
+    // alias "Wave mapper" stands for the system's default device.
+    QString getParentDeviceName(const QString& name) const;
+    // Enumerates the HID devices and chooses the one for `parentName`; true when one was chosen.
+    // The previous choice is forgotten whatever the outcome.
+    bool chooseDevice(const QString& parentName);
+    // Walks an enumeration list (null is an empty one) and takes the first record whose product
+    // string is `name` and whose ids the dictionary lists explicitly.
+    bool findDevice(hid_device_info* devices, const QString& name);
+
+    // True when `name` is the system's default-device alias "Wave mapper", in any letter case.
+    static bool IsOSDefault(const QString& name);
+
+    // The chosen interface; its path is empty when none is chosen.
+    const HidDeviceInfo& getInfo() const;
+    // The thread of the running binding, or null.
+    ReaderThread* getReaderThread() const;
+
+signals:
+    void click();
+    void clickMute();
+    void clickReject();
+    void show(const QString& name);
+    void hide();
+    void stateChanged(const QString& state);
+    void callMuted();
+    void callUnmuted();
+    void callIncome();
+    void callHold();
+    void callHoldMuted();
+    void callEnd();
+
+public slots:
+    void onCallMuted();
+    void onCallUnmuted();
+    void onCallIncome();
+    void onCallHold();
+    void onCallHoldMuted();
+    void onCallEnd();
+
+private slots:
+    void onReaderFinished();
+
+private:
+    void waitForStoppingThreads();
+
+    HidDeviceInfo m_info;
+    HidReaderBase* m_reader = nullptr;
+    ReaderThread* m_thread = nullptr;
+    QString m_name;
+    // Counts the readers started, so that a reader's late notice is matched to its own binding.
+    quint64 m_binding = 0;
+    // Threads asked to quit that have not deleted themselves yet.
+    QList<QPointer<ReaderThread>> m_stoppingThreads;
+};
+
+} // namespace hid
+
+#endif // QVHID_HIDDEVICE_H
