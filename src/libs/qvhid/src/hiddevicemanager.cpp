@@ -1,5 +1,6 @@
 #include "hiddevicemanager.h"
 
+#include "hiddevice.h"
 #include "hidlog.h"
 
 template class common::CSingleton<qv::hid::HidDeviceManager>;
@@ -9,9 +10,69 @@ namespace hid {
 
 namespace log = ::hid::log;
 
-HidDeviceManager::HidDeviceManager() = default;
+HidDeviceManager::HidDeviceManager()
+    : QObject(nullptr)
+    , m_device(new ::hid::HidDevice(this))
+{
+    using ::hid::HidDevice;
+    connect(m_device, &HidDevice::click, this, &HidDeviceManager::click);
+    connect(m_device, &HidDevice::clickMute, this, &HidDeviceManager::clickMute);
+    connect(m_device, &HidDevice::clickReject, this, &HidDeviceManager::clickReject);
+    connect(m_device, &HidDevice::show, this, &HidDeviceManager::deviceShow);
+    connect(m_device, &HidDevice::hide, this, &HidDeviceManager::deviceHide);
+    connect(m_device, &HidDevice::stateChanged, this, &HidDeviceManager::deviceStateEntered);
+    connect(this, &HidDeviceManager::callMuted, m_device, &HidDevice::onCallMuted);
+    connect(this, &HidDeviceManager::callUnmuted, m_device, &HidDevice::onCallUnmuted);
+    connect(this, &HidDeviceManager::callIncome, m_device, &HidDevice::onCallIncome);
+    connect(this, &HidDeviceManager::callHold, m_device, &HidDevice::onCallHold);
+    connect(this, &HidDeviceManager::callHoldMuted, m_device, &HidDevice::onCallHoldMuted);
+    connect(this, &HidDeviceManager::callEnd, m_device, &HidDevice::onCallEnd);
+}
 
+// The device is destroyed as a child, after this body: it withdraws the binding itself.
 HidDeviceManager::~HidDeviceManager() = default;
+
+void HidDeviceManager::InitHidDevices(const QString& json) const
+{
+    m_device->initDevices(json);
+}
+
+void HidDeviceManager::onActiveAudioDeviceChanged(const QString& name)
+{
+    if (m_device->getName() != name)
+        m_device->reset(name);
+    HID_LOG(log::Trace) << "HID MANAGER Active audio device changed to " << name;
+}
+
+void HidDeviceManager::onCallMuted()
+{
+    emit callMuted();
+}
+
+void HidDeviceManager::onCallUnmuted()
+{
+    emit callUnmuted();
+}
+
+void HidDeviceManager::onCallIncome()
+{
+    emit callIncome();
+}
+
+void HidDeviceManager::onCallHold()
+{
+    emit callHold();
+}
+
+void HidDeviceManager::onCallHoldMuted()
+{
+    emit callHoldMuted();
+}
+
+void HidDeviceManager::onCallEnd()
+{
+    emit callEnd();
+}
 
 void HidDeviceManager::SetDeviceList(int type, QList<QString> list)
 {
