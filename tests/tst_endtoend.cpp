@@ -1,0 +1,317 @@
+// The library as an application uses it: only the manager's one instance, audio-device names
+// and call-state reports in, gestures, states and show/hide out, against virtual headsets of
+// several dictionary models.
+
+#include "bindingevents.h"
+#include "capturinglogger.h"
+#include "virtualheadsets.h"
+
+#include <hiddevicemanager.h>
+
+#include <QtTest>
+
+using hid::virt::VirtualDevice;
+using qv::hid::HidDeviceManager;
+
+namespace {
+
+HidDeviceManager &manager()
+{
+    return HidDeviceManager::Instance();
+}
+
+// A whole call as the application reports it: incoming, answered, muted, unmuted, held, held
+// muted, ended.
+void reportWholeCall()
+{
+    manager().onCallIncome();
+    manager().onCallUnmuted();
+    manager().onCallMuted();
+    manager().onCallUnmuted();
+    manager().onCallHold();
+    manager().onCallHoldMuted();
+    manager().onCallEnd();
+}
+
+const QStringList WholeCallStates = {"state:Incoming call", "state:Talk", "state:Talk muted", "state:Talk",
+                                     "state:Hold", "state:Hold muted"};
+
+QStringList entriesWithout(const QStringList &entries, const QString &prefix)
+{
+    QStringList result;
+    for (const QString &entry : entries) {
+        if (!entry.startsWith(prefix))
+            result << entry;
+    }
+    return result;
+}
+
+} // namespace
+
+class TestEndToEnd : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void bindsTheHeadsetOfTheAudioDevice_data();
+    void bindsTheHeadsetOfTheAudioDevice();
+    void wholeCallReachesTheHeadset_data();
+    void wholeCallReachesTheHeadset();
+    void headsetPressesArriveAsGestures();
+    void modelThatAnswersEmptyReportsWithAClick();
+    void switchingAudioDeviceRebinds();
+    void unpluggingMidCallKeepsTheApplicationAlive();
+    void headsetWithUnlistedIdsIsNeverBound();
+
+private:
+    void addEveryModel();
+    VirtualDevice deviceOf(const char *model) const;
+
+    QList<QPair<QString, VirtualDevice>> m_devices;
+};
+
+void TestEndToEnd::init()
+{
+    hid::virt::removeAllDevices();
+    m_devices.clear();
+}
+
+void TestEndToEnd::cleanup()
+{
+    // Leave the one manager unbound, with every reader gone, for the next test.
+    CapturingLogger logger;
+    manager().onActiveAudioDeviceChanged(QString());
+    for (const auto &device : qAsConst(m_devices))
+        QTRY_COMPARE(device.second.openHandles(), 0);
+    hid::HidDeviceDict::init();
+}
+
+void TestEndToEnd::addEveryModel()
+{
+    for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset", "echoing-headset"})
+        m_devices.append({QString::fromLatin1(model), VirtualDevice::add(modelDescription(model))});
+}
+
+VirtualDevice TestEndToEnd::deviceOf(const char *model) const
+{
+    for (const auto &device : m_devices) {
+        if (device.first == QLatin1String(model))
+            return device.second;
+    }
+    return VirtualDevice();
+}
+
+void TestEndToEnd::bindsTheHeadsetOfTheAudioDevice_data()
+{
+    QTest::addColumn<QString>("model");
+    QTest::addColumn<QString>("audioDevice");
+    QTest::addColumn<QString>("product");
+    QTest::addColumn<QStringList>("initReports");
+    QTest::newRow("telephony headset") << "telephony-headset" << "Headset Microphone (2- Office Headset 20)"
+                                       << "Office Headset 20" << QStringList{"0200"};
+    QTest::newRow("without report ids") << "telephony-headset-no-ids" << "Speakers (Office Headset 30)"
+                                        << "Office Headset 30" << QStringList{"00"};
+    QTest::newRow("vendor pages") << "vendor-page-headset" << "Headset Earphone (3- Link Adapter 360)"
+                                  << "Link Adapter 360" << QStringList{"0520", "0500"};
+    QTest::newRow("answers every write") << "echoing-headset" << "Microphone (Desk Headset 310)"
+                                         << "Desk Headset 310" << QStringList{"00"};
+}
+
+void TestEndToEnd::bindsTheHeadsetOfTheAudioDevice()
+{
+    QFETCH(QString, model);
+    QFETCH(QString, audioDevice);
+    QFETCH(QString, product);
+    QFETCH(QStringList, initReports);
+    addEveryModel();
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(audioDevice);
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:" + product, "state:Initial"}));
+    const VirtualDevice bound = deviceOf(model.toLatin1().constData());
+    QCOMPARE(bound.openHandles(), 1);
+    QCOMPARE(writtenHex(bound), initReports);
+    for (const auto &device : qAsConst(m_devices)) {
+        if (device.first != model)
+            QCOMPARE(device.second.counters().opens, 0ul);
+    }
+}
+
+void TestEndToEnd::wholeCallReachesTheHeadset_data()
+{
+    QTest::addColumn<QString>("model");
+    QTest::addColumn<QString>("audioDevice");
+    QTest::addColumn<QStringList>("callReports");
+    // Standard lamps: Off-Hook 01, Ring 02, Mute 04, Hold 08, Microphone 10, On-Line 20.
+    QTest::newRow("telephony headset")
+        << "telephony-headset" << "Headset Microphone (2- Office Headset 20)"
+        << QStringList{"0222", "0221", "0225", "0221", "0229", "022d", "0200"};
+    QTest::newRow("without report ids") << "telephony-headset-no-ids" << "Speakers (Office Headset 30)"
+                                        << QStringList{"22", "21", "25", "21", "29", "2d", "00"};
+    QTest::newRow("answers every write") << "echoing-headset" << "Microphone (Desk Headset 310)"
+                                         << QStringList{"22", "21", "25", "21", "29", "2d", "00"};
+    const QStringList talk = {"0523", "0523", "0521", "0529", "0528", "0523", "0523", "0521"};
+    QTest::newRow("vendor pages, commands of several steps")
+        << "vendor-page-headset" << "Headset Earphone (3- Link Adapter 360)"
+        << (QStringList{"0502", "0522"} + talk + QStringList{"0531"} + talk +
+            QStringList{"0529", "0528", "0538", "0520", "0500"});
+}
+
+void TestEndToEnd::wholeCallReachesTheHeadset()
+{
+    QFETCH(QString, model);
+    QFETCH(QString, audioDevice);
+    QFETCH(QStringList, callReports);
+    addEveryModel();
+    VirtualDevice headset = deviceOf(model.toLatin1().constData());
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(audioDevice);
+    QTRY_COMPARE(events.size(), 3);
+    headset.clearWrittenReports();
+
+    reportWholeCall();
+    QTRY_COMPARE(writtenHex(headset), callReports);
+    QTRY_COMPARE(events.since(3), WholeCallStates);
+    QTest::qWait(50);
+    QCOMPARE(events.since(3), WholeCallStates); // ended on hold and muted: the state is kept
+}
+
+void TestEndToEnd::headsetPressesArriveAsGestures()
+{
+    addEveryModel();
+    VirtualDevice headset = deviceOf("telephony-headset");
+    BindingEvents events;
+    events.watch(&manager());
+    // The application answers, mutes and rejects as its user asks through the headset.
+    QObject softphone;
+    connect(&manager(), &HidDeviceManager::click, &softphone, [] { manager().onCallUnmuted(); });
+    connect(&manager(), &HidDeviceManager::clickMute, &softphone, [] { manager().onCallMuted(); });
+    connect(&manager(), &HidDeviceManager::clickReject, &softphone, [] { manager().onCallEnd(); });
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QTRY_COMPARE(events.size(), 3);
+
+    manager().onCallIncome();
+    QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    headset.press("answer");
+    QTRY_COMPARE(events.since(4), (QStringList{"click", "state:Talk"}));
+    headset.press("mute");
+    headset.release("mute");
+    QTRY_COMPARE(events.since(6), (QStringList{"mute", "state:Talk muted"}));
+    headset.press("drop");
+    headset.release("drop");
+    QTRY_COMPARE(events.since(8), (QStringList{"reject", "state:Initial"}));
+    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0222", "0221", "0225", "0200"}));
+    // Every entry arrived on the application's thread (none is marked off-thread).
+    QCOMPARE(entriesWithout(events.entries(), QStringLiteral("off-thread:")), events.entries());
+}
+
+void TestEndToEnd::modelThatAnswersEmptyReportsWithAClick()
+{
+    addEveryModel();
+    VirtualDevice headset = deviceOf("echoing-headset");
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Microphone (Desk Headset 310)"));
+    QTRY_COMPARE(events.size(), 3);
+    // Its answers to the lamp writes are read back and give no gesture; a report in which
+    // nothing changed is a click on this model.
+    manager().onCallIncome();
+    QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    headset.inject({0x00, 0x00});
+    QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
+}
+
+void TestEndToEnd::switchingAudioDeviceRebinds()
+{
+    addEveryModel();
+    VirtualDevice first = deviceOf("telephony-headset");
+    VirtualDevice second = deviceOf("echoing-headset");
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QTRY_COMPARE(events.size(), 3);
+    manager().onCallIncome();
+    QTRY_COMPARE(writtenHex(first), (QStringList{"0200", "0222"}));
+
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Microphone (Desk Headset 310)"));
+    QCOMPARE(events.since(4), (QStringList{"hide", "show:Desk Headset 310"}));
+    QTRY_COMPARE(events.since(4), (QStringList{"hide", "show:Desk Headset 310", "state:Initial"}));
+    QTRY_COMPARE(first.openHandles(), 0);
+    QCOMPARE(second.openHandles(), 1);
+
+    // The new binding starts from the initial state; the old headset hears nothing more.
+    manager().onCallIncome();
+    first.press("answer");
+    QTRY_COMPARE(writtenHex(second), (QStringList{"00", "22"}));
+    QTRY_COMPARE(events.since(7), QStringList{"state:Incoming call"});
+    QTest::qWait(50);
+    QCOMPARE(writtenHex(first), (QStringList{"0200", "0222"}));
+    QCOMPARE(events.since(7), QStringList{"state:Incoming call"});
+}
+
+void TestEndToEnd::unpluggingMidCallKeepsTheApplicationAlive()
+{
+    addEveryModel();
+    VirtualDevice headset = deviceOf("telephony-headset");
+    BindingEvents events;
+    events.watch(&manager());
+    const QString audioDevice = QStringLiteral("Headset Microphone (2- Office Headset 20)");
+    manager().onActiveAudioDeviceChanged(audioDevice);
+    QTRY_COMPARE(events.size(), 3);
+    manager().onCallIncome();
+    QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    headset.press("answer");
+    QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
+    manager().onCallUnmuted();
+    QTRY_COMPARE(events.since(5), QStringList{"state:Talk"});
+
+    headset.unplug();
+    // The call goes on in the application; the reader's writes fail and it keeps going.
+    manager().onCallMuted();
+    manager().onCallHold();
+    QTRY_COMPARE(events.since(6), (QStringList{"state:Talk muted", "state:Hold"}));
+    manager().onCallEnd();
+    QTRY_COMPARE(events.since(6), (QStringList{"state:Talk muted", "state:Hold", "state:Initial"}));
+    QTest::qWait(100);
+    QCOMPARE(events.size(), 9);
+    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0222", "0221"}));
+
+    // Replugged, the headset is bound again when the application reports its audio device anew.
+    headset.replug();
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Speakers (Built-in Audio)"));
+    manager().onActiveAudioDeviceChanged(audioDevice);
+    QTRY_COMPARE(events.since(9), (QStringList{"hide", "hide", "show:Office Headset 20", "state:Initial"}));
+    QCOMPARE(headset.openHandles(), 1);
+    manager().onCallIncome();
+    QTRY_COMPARE(writtenHex(headset).last(), QStringLiteral("0222"));
+}
+
+void TestEndToEnd::headsetWithUnlistedIdsIsNeverBound()
+{
+    hid::virt::DeviceDescription unlisted = modelDescription("telephony-headset");
+    unlisted.productId = 0x9999; // same vendor, same product string, a product the dictionary lacks
+    VirtualDevice headset = VirtualDevice::add(unlisted);
+    m_devices.append({QStringLiteral("unlisted"), headset});
+    BindingEvents events;
+    events.watch(&manager());
+    const QString audioDevice = QStringLiteral("Headset Microphone (2- Office Headset 20)");
+    manager().onActiveAudioDeviceChanged(audioDevice);
+    QCOMPARE(events.entries(), QStringList{"hide"});
+
+    // Not even a row for the whole vendor binds it.
+    manager().InitHidDevices(QStringLiteral(R"({
+        "configurations": { "Standart": {} },
+        "devices": [ { "name": "Every product", "vid": "0x0B0E", "configuration": "Standart" } ]
+    })"));
+    manager().onActiveAudioDeviceChanged(audioDevice);
+    QTest::qWait(50);
+    QCOMPARE(events.entries(), (QStringList{"hide", "hide"}));
+    QCOMPARE(headset.counters().opens, 0ul);
+}
+
+QTEST_GUILESS_MAIN(TestEndToEnd)
+#include "tst_endtoend.moc"
