@@ -6,7 +6,10 @@
 
 #include <hidapi.h>
 
+#include <QCoreApplication>
 #include <QRegExp>
+
+#include <unordered_set>
 
 namespace hid {
 
@@ -17,6 +20,13 @@ const QString DefaultDeviceAlias = QStringLiteral("Wave mapper");
 // How long the destructor waits for a reader thread to end its loop: longer than the longest
 // thing a reader does without returning to it (a 700 ms drain after a long command).
 constexpr unsigned long ThreadExitWaitMs = 3000;
+
+// Every HidDevice alive. Touched on the application's main thread only.
+std::unordered_set<HidDevice*>& liveDevices()
+{
+    static std::unordered_set<HidDevice*> devices;
+    return devices;
+}
 
 QString productString(const hid_device_info* record)
 {
@@ -33,6 +43,7 @@ ReaderThread::~ReaderThread()
 HidDevice::HidDevice(QObject* parent)
     : QObject(parent)
 {
+    liveDevices().insert(this);
 }
 
 HidDevice::~HidDevice()
@@ -40,6 +51,17 @@ HidDevice::~HidDevice()
     emit hide();
     stopHidReadThread();
     waitForStoppingThreads();
+    liveDevices().erase(this);
+    if (liveDevices().empty())
+        qRemovePostRoutine(&HidDevice::endBindingsBeforeApplicationEnds);
+}
+
+void HidDevice::endBindingsBeforeApplicationEnds()
+{
+    for (HidDevice* device : liveDevices()) {
+        device->stopHidReadThread();
+        device->waitForStoppingThreads();
+    }
 }
 
 void HidDevice::initDevices(const QString& json)
@@ -92,6 +114,10 @@ bool HidDevice::startHidReadTrhead()
         if (binding == m_binding && reader == m_reader)
             onReaderFinished();
     });
+
+    // Registered anew for each binding: the application may have been replaced since.
+    qRemovePostRoutine(&HidDevice::endBindingsBeforeApplicationEnds);
+    qAddPostRoutine(&HidDevice::endBindingsBeforeApplicationEnds);
 
     emit show(m_info.name);
     m_thread->start();

@@ -107,6 +107,10 @@ private slots:
 
 private:
     void waitForStoppingThreads();
+    // Run by the application object's destructor while it still exists: once it is gone, a
+    // reader thread can no longer deliver the events that delete its reader and close the
+    // headset, so every binding is ended here.
+    static void endBindingsBeforeApplicationEnds();
 
     HidDeviceInfo m_info;
     HidReaderBase* m_reader = nullptr;
