@@ -180,8 +180,10 @@ void TestDeviceManager::topDeviceChangeDoesNotRebind()
     VirtualDevice second = VirtualDevice::add(modelDescription("echoing-headset"));
     HidDeviceManager manager;
     manager.SetDeviceList(1, {Endpoint20, Endpoint310});
+    BindingEvents events;
+    events.watch(&manager);
     manager.onActiveAudioDeviceChanged(Endpoint20);
-    QTRY_COMPARE(first.openHandles(), 1);
+    QTRY_COMPARE(events.size(), 3); // hide, show, Initial
 
     SignalRecorder recorder(&manager);
     manager.SetTopDevice(1, Endpoint310);

@@ -42,22 +42,43 @@ void TestRebindStress::rebindsLeaveNothingBehind()
     connect(manager.get(), &HidDeviceManager::click, this, [&] { ++gestures; });
     connect(manager.get(), &HidDeviceManager::clickMute, this, [&] { ++gestures; });
     connect(manager.get(), &HidDeviceManager::clickReject, this, [&] { ++gestures; });
-    connect(manager.get(), &HidDeviceManager::deviceStateEntered, this, [&] { ++states; });
+    QString lastState;
+    connect(manager.get(), &HidDeviceManager::deviceStateEntered, this, [&](const QString &state) {
+        ++states;
+        lastState = state;
+    });
 
-    for (int i = 0; i < Rebinds; ++i) {
-        const bool toOffice = i % 2 == 0;
-        manager->onActiveAudioDeviceChanged(toOffice ? officeEndpoint : deskEndpoint);
-        VirtualDevice &bound = toOffice ? office : desk;
+    const auto reportCall = [&manager] {
         manager->onCallIncome();
-        bound.press(toOffice ? "answer" : "mute");
         manager->onCallUnmuted();
-        bound.release(toOffice ? "answer" : "mute");
         manager->onCallMuted();
         manager->onCallHold();
-        // Now and then let the readers get going, so that presses are read and commands written
-        // while later rebinds tear them down.
+    };
+    for (int i = 0; i < Rebinds; ++i) {
+        const bool toOffice = i % 2 == 0;
+        VirtualDevice &bound = toOffice ? office : desk;
+        const char *button = toOffice ? "answer" : "mute";
+        manager->onActiveAudioDeviceChanged(toOffice ? officeEndpoint : deskEndpoint);
+        lastState.clear();
+        if (i % 50 == 49) {
+            // Now and then a binding runs a whole call and reads a press: its reader must have
+            // entered Initial before it takes call states, and have finished writing (and
+            // reading back the answers) before a press is read as one.
+            QTRY_COMPARE_WITH_TIMEOUT(lastState, QStringLiteral("Initial"), 10000);
+            reportCall();
+            QTRY_COMPARE_WITH_TIMEOUT(lastState, QStringLiteral("Hold"), 10000);
+            const int gesturesBefore = gestures;
+            bound.press(button);
+            bound.release(button);
+            QTRY_VERIFY_WITH_TIMEOUT(gestures > gesturesBefore, 10000);
+            continue;
+        }
+        // The others are torn down at whatever point they have reached.
+        reportCall();
+        bound.press(button);
+        bound.release(button);
         if (i % 10 == 9)
-            QTest::qWait(30);
+            QTest::qWait(20);
         else
             QCoreApplication::processEvents();
     }

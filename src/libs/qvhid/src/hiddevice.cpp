@@ -127,6 +127,12 @@ bool HidDevice::startHidReadTrhead()
 
 void HidDevice::stopHidReadThread()
 {
+    // A withdrawn binding reports nothing more, and its reader, once destroyed on its own
+    // thread, has no connection left to this object.
+    if (m_reader) {
+        disconnect(m_reader, nullptr, this, nullptr);
+        disconnect(this, nullptr, m_reader, nullptr);
+    }
     if (m_thread) {
         m_thread->quit();
         m_stoppingThreads.removeAll(QPointer<ReaderThread>());
