@@ -1,15 +1,19 @@
 // An application of the installed library: it installs a logger, uses the one manager,
-// reads a headset code, and decodes a virtual headset, and checks what it gets back.
+// reads a headset code, decodes a virtual headset, binds another one through the manager and
+// runs a call on it, and checks what it gets back.
+#include <hiddevice.h>
 #include <hiddeviceinfo.h>
 #include <hiddevicemanager.h>
 #include <logger.h>
 #include <platform/hiddecoder.h>
+#include <platform/hiddevicelookup.h>
 #include <singleton.h>
 #include <virtualmodels.h>
 
 #include <hidapi.h>
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 
 #include <cstdio>
 #include <memory>
@@ -76,6 +80,50 @@ const char* driveVirtualHeadset()
     return nullptr;
 }
 
+// Runs the event loop until `done` holds, for at most five seconds.
+template<typename Condition>
+bool waitFor(Condition done)
+{
+    const QDeadlineTimer deadline(5000);
+    while (!done() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
+}
+
+// A virtual headset bound through the manager from its audio-device name: it is shown, rings
+// when a call comes in, and its answer button reaches the application as a click.
+const char* bindThroughTheManager()
+{
+    hid::virt::VirtualDevice device = hid::virt::addModel(*hid::virt::findModel("telephony-headset")).front();
+    qv::hid::HidDeviceManager& manager = qv::hid::HidDeviceManager::Instance();
+    QString shown;
+    QString state;
+    int clicks = 0;
+    QObject receiver;
+    QObject::connect(&manager, &qv::hid::HidDeviceManager::deviceShow, &receiver, [&](const QString& name) { shown = name; });
+    QObject::connect(&manager, &qv::hid::HidDeviceManager::deviceStateEntered, &receiver, [&](const QString& name) { state = name; });
+    QObject::connect(&manager, &qv::hid::HidDeviceManager::click, &receiver, [&] { ++clicks; });
+
+    manager.onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    if (shown != QStringLiteral("Office Headset 20"))
+        return "headset not shown";
+    if (!waitFor([&] { return state == QStringLiteral("Initial"); }))
+        return "headset not started";
+    manager.onCallIncome();
+    if (!waitFor([&] { return state == QStringLiteral("Incoming call"); }))
+        return "incoming call not reached";
+    const std::vector<hid::virt::WrittenReport> written = device.writtenReports();
+    if (written.size() != 2 || written[1].bytes != std::vector<unsigned char>{0x02, 0x22})
+        return "headset not ringing";
+    device.press("answer");
+    if (!waitFor([&] { return clicks == 1; }))
+        return "answer button not received";
+    manager.onActiveAudioDeviceChanged(QString());
+    if (!waitFor([&] { return device.openHandles() == 0; }))
+        return "headset not released";
+    return nullptr;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -104,7 +152,12 @@ int main(int argc, char** argv)
     if (const char* failure = driveVirtualHeadset())
         return fail(failure);
 
+    // The reader thread logs too; this logger is not made for several threads.
     common::logger::SetLogger(nullptr);
+    if (hid::HidDevice::IsOSDefault(QStringLiteral("Wave Mapper")) != true || !hid::GetDefaultDeviceName().empty())
+        return fail("platform functions wrong");
+    if (const char* failure = bindThroughTheManager())
+        return fail(failure);
     std::printf("consumer: OK\n");
     return 0;
 }
