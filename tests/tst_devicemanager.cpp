@@ -3,13 +3,13 @@
 
 #include "bindingevents.h"
 #include "capturinglogger.h"
+#include "declaredmethods.h"
 #include "signalrecorder.h"
 #include "virtualheadsets.h"
 
 #include <hiddevice.h>
 #include <hiddevicemanager.h>
 
-#include <QMetaMethod>
 #include <QtTest>
 
 #include <memory>
@@ -21,20 +21,6 @@ namespace {
 
 const QString Endpoint20 = QStringLiteral("Headset Microphone (2- Office Headset 20)");
 const QString Endpoint310 = QStringLiteral("Microphone (Desk Headset 310)");
-
-QStringList methodsOf(const QMetaObject &meta, QMetaMethod::MethodType type)
-{
-    QStringList result;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-        const QMetaMethod method = meta.method(i);
-        if (method.methodType() == type) {
-            result << QString::fromLatin1(method.methodSignature());
-            if (method.access() != QMetaMethod::Public)
-                result << QStringLiteral("(not public)");
-        }
-    }
-    return result;
-}
 
 hid::HidDevice *deviceOf(HidDeviceManager &manager)
 {
@@ -78,11 +64,11 @@ private slots:
 void TestDeviceManager::declaredSignalsAndSlots()
 {
     const QMetaObject &meta = HidDeviceManager::staticMetaObject;
-    QCOMPARE(methodsOf(meta, QMetaMethod::Signal),
+    QCOMPARE(declaredMethods(meta, QMetaMethod::Signal),
              (QStringList{"clickReject()", "clickMute()", "click()", "deviceStateEntered(QString)", "deviceShow(QString)",
                           "deviceHide()", "callMuted()", "callUnmuted()", "callIncome()", "callHold()",
                           "callHoldMuted()", "callEnd()"}));
-    QCOMPARE(methodsOf(meta, QMetaMethod::Slot),
+    QCOMPARE(declaredMethods(meta, QMetaMethod::Slot),
              (QStringList{"onActiveAudioDeviceChanged(QString)", "onCallMuted()", "onCallUnmuted()", "onCallIncome()",
                           "onCallHold()", "onCallHoldMuted()", "onCallEnd()"}));
 }
