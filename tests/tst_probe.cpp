@@ -1,0 +1,228 @@
+// The command-line probe, run as a user runs it.
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Run
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Run probe(const QStringList &arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(PROBE), arguments);
+    Run run;
+    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
+        return run;
+    run.exitCode = process.exitCode();
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+// The demo's row for `action`, with its blanks squeezed: "call comes in Ring On-Line state ...".
+QString row(const QString &output, const QString &action)
+{
+    for (const QString &line : output.split(QLatin1Char('\n'))) {
+        const QString squeezed = line.simplified();
+        if (squeezed.contains(QLatin1Char(' ') + action + QLatin1Char(' ')))
+            return squeezed;
+    }
+    return QString();
+}
+
+QStringList ruleLines(const QString &text)
+{
+    QStringList rules;
+    for (const QString &line : text.split(QLatin1Char('\n'))) {
+        if (!line.isEmpty() && !line.startsWith(QLatin1Char('#')))
+            rules << line;
+    }
+    return rules;
+}
+
+} // namespace
+
+class TestProbe : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void withoutCommandShowsTheCommands();
+    void unknownCommandIsAUsageError();
+    void demoPlaysAWholeCall_data();
+    void demoPlaysAWholeCall();
+    void demoExplainsAHeadsetWhoseFirstInterfaceHasNoLamps();
+    void demoNamesItsModels();
+    void demoRejectsAnUnknownModel();
+    void everyCommandHasHelp_data();
+    void everyCommandHasHelp();
+    void udevRulesCoverTheBuiltInDictionary();
+    void udevRulesOfADictionaryFile();
+    void udevRulesOfAMissingFileIsAUsageError();
+    void builtRulesFileMatchesTheCommand();
+};
+
+void TestProbe::withoutCommandShowsTheCommands()
+{
+    const Run run = probe({});
+    QCOMPARE(run.exitCode, 2);
+    QVERIFY(run.err.contains(QLatin1String("Usage: qvhid-probe COMMAND")));
+    for (const char *command : {"demo", "udev-rules"})
+        QVERIFY2(run.err.contains(QLatin1String(command)), command);
+    QCOMPARE(probe({QStringLiteral("--help")}).exitCode, 0);
+}
+
+void TestProbe::unknownCommandIsAUsageError()
+{
+    const Run run = probe({QStringLiteral("frobnicate")});
+    QCOMPARE(run.exitCode, 2);
+    QVERIFY(run.err.contains(QLatin1String("unknown command 'frobnicate'")));
+}
+
+void TestProbe::demoPlaysAWholeCall_data()
+{
+    QTest::addColumn<QString>("model");
+    QTest::addColumn<QString>("product");
+    QTest::addColumn<QString>("mutedLamps");
+    QTest::addColumn<QString>("heldLamps");
+    QTest::newRow("default") << QString() << "Office Headset 20" << "Off-Hook Mute On-Line" << "Off-Hook Hold On-Line";
+    QTest::newRow("telephony-headset") << "telephony-headset" << "Office Headset 20" << "Off-Hook Mute On-Line"
+                                       << "Off-Hook Hold On-Line";
+    QTest::newRow("telephony-headset-no-ids") << "telephony-headset-no-ids" << "Office Headset 30"
+                                              << "Off-Hook Mute On-Line" << "Off-Hook Hold On-Line";
+    QTest::newRow("echoing-headset") << "echoing-headset" << "Desk Headset 310" << "Off-Hook Mute On-Line"
+                                     << "Off-Hook Hold On-Line";
+    // This model's dictionary row mutes with the Microphone lamp and holds without Off-Hook.
+    QTest::newRow("vendor-page-headset") << "vendor-page-headset" << "Link Adapter 360"
+                                         << "Off-Hook Microphone On-Line" << "Hold On-Line";
+}
+
+void TestProbe::demoPlaysAWholeCall()
+{
+    QFETCH(QString, model);
+    QFETCH(QString, product);
+    QFETCH(QString, mutedLamps);
+    QFETCH(QString, heldLamps);
+    QElapsedTimer clock;
+    clock.start();
+    const Run run = probe(model.isEmpty() ? QStringList{"demo"} : QStringList{"demo", model});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.out + run.err));
+    QVERIFY(clock.elapsed() < 30000); // a wide margin; the demo itself takes about 1.5 s
+    QVERIFY(run.out.contains(QStringLiteral("Virtual headset \"%1\"").arg(product)));
+    QVERIFY(run.out.contains(QStringLiteral("The application's audio device: \"Headset Microphone (2- %1)\"").arg(product)));
+    QCOMPARE(row(run.out, QStringLiteral("uses the headset")),
+             QStringLiteral("application uses the headset (all off) deviceShow \"%1\", state \"Initial\"").arg(product));
+    QCOMPARE(row(run.out, QStringLiteral("call comes in")),
+             QStringLiteral("application call comes in Ring On-Line state \"Incoming call\""));
+    QCOMPARE(row(run.out, QStringLiteral("answer pressed")),
+             QStringLiteral("headset answer pressed Off-Hook On-Line click (the application reports the call answered), "
+                            "state \"Talk\""));
+    QCOMPARE(row(run.out, QStringLiteral("mute pressed")),
+             QStringLiteral("headset mute pressed %1 clickMute (the application reports the call muted), "
+                            "state \"Talk muted\"").arg(mutedLamps));
+    QCOMPARE(row(run.out, QStringLiteral("call unmuted")),
+             QStringLiteral("application call unmuted Off-Hook On-Line state \"Talk\""));
+    QCOMPARE(row(run.out, QStringLiteral("call held")), QStringLiteral("application call held %1 state \"Hold\"").arg(heldLamps));
+    QCOMPARE(row(run.out, QStringLiteral("call ended")),
+             QStringLiteral("application call ended (all off) nothing (the state stays as it was)"));
+    QVERIFY(run.out.contains(QLatin1String("All 8 steps behaved as expected")));
+    QVERIFY(!run.out.contains(QLatin1String("FAILED")));
+}
+
+void TestProbe::demoExplainsAHeadsetWhoseFirstInterfaceHasNoLamps()
+{
+    const Run run = probe({QStringLiteral("demo"), QStringLiteral("consumer-first-headset")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY(run.out.contains(QLatin1String("Bound to interface 3 (usage page 0x000C, usage 0x0001).")));
+    QVERIFY(run.out.contains(QLatin1String("the library binds the first one enumerated")));
+    QVERIFY(run.out.contains(QLatin1String("<- FAILED")));
+    QVERIFY(run.out.contains(QLatin1String("Step 2 of 8 did not behave as expected")));
+}
+
+void TestProbe::demoNamesItsModels()
+{
+    const Run run = probe({QStringLiteral("demo"), QStringLiteral("--list-models")});
+    QCOMPARE(run.exitCode, 0);
+    for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset",
+                              "consumer-first-headset", "echoing-headset"})
+        QVERIFY2(run.out.contains(QLatin1String(model)), model);
+}
+
+void TestProbe::demoRejectsAnUnknownModel()
+{
+    const Run run = probe({QStringLiteral("demo"), QStringLiteral("no-such-headset")});
+    QCOMPARE(run.exitCode, 2);
+    QVERIFY(run.err.contains(QLatin1String("no virtual headset named 'no-such-headset'")));
+    QCOMPARE(probe({QStringLiteral("demo"), QStringLiteral("--no-such-option")}).exitCode, 2);
+}
+
+void TestProbe::everyCommandHasHelp_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::newRow("demo") << "demo";
+    QTest::newRow("udev-rules") << "udev-rules";
+}
+
+void TestProbe::everyCommandHasHelp()
+{
+    QFETCH(QString, command);
+    const Run run = probe({command, QStringLiteral("--help")});
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY2(run.out.startsWith(QStringLiteral("Usage: qvhid-probe %1 [options]").arg(command)), qPrintable(run.out));
+}
+
+void TestProbe::udevRulesCoverTheBuiltInDictionary()
+{
+    const Run run = probe({QStringLiteral("udev-rules")});
+    QCOMPARE(run.exitCode, 0);
+    const QStringList rules = ruleLines(run.out);
+    QCOMPARE(rules.size(), 22); // 23 rows, one product listed twice
+    const QRegularExpression rule(QStringLiteral(
+        "^SUBSYSTEM==\"hidraw\", ATTRS\\{idVendor\\}==\"[0-9a-f]{4}\", ATTRS\\{idProduct\\}==\"[0-9a-f]{4}\", TAG\\+=\"uaccess\"$"));
+    for (const QString &line : rules)
+        QVERIFY2(rule.match(line).hasMatch(), qPrintable(line));
+    QVERIFY(rules.contains(QStringLiteral(
+        "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0b0e\", ATTRS{idProduct}==\"030d\", TAG+=\"uaccess\"")));
+    QVERIFY(!run.out.contains(QLatin1String("MODE")));
+}
+
+void TestProbe::udevRulesOfADictionaryFile()
+{
+    QTemporaryDir dir;
+    QFile file(dir.filePath(QStringLiteral("headsets.json")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(R"({ "configurations": { "Standart": {} },
+        "devices": [ { "name": "One", "vid": "0x1209", "pid": "0xBEEF", "configuration": "Standart" },
+                     { "name": "All of a vendor", "vid": "0x2E8A", "configuration": "Standart" } ] })");
+    file.close();
+    const Run run = probe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), file.fileName()});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(ruleLines(run.out),
+             (QStringList{"SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"beef\", TAG+=\"uaccess\"",
+                          "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"2e8a\", TAG+=\"uaccess\""}));
+}
+
+void TestProbe::udevRulesOfAMissingFileIsAUsageError()
+{
+    const Run run = probe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")});
+    QCOMPARE(run.exitCode, 2);
+    QVERIFY(run.err.contains(QLatin1String("cannot read /nonexistent.json")));
+}
+
+void TestProbe::builtRulesFileMatchesTheCommand()
+{
+    QFile built(QStringLiteral(RULES_FILE));
+    QVERIFY(built.open(QIODevice::ReadOnly));
+    QCOMPARE(QString::fromUtf8(built.readAll()), probe({QStringLiteral("udev-rules")}).out);
+}
+
+QTEST_GUILESS_MAIN(TestProbe)
+#include "tst_probe.moc"

@@ -1,0 +1,30 @@
+#ifndef QVHID_PROBE_COMMAND_H
+#define QVHID_PROBE_COMMAND_H
+
+#include <QCommandLineParser>
+#include <QString>
+#include <QStringList>
+#include <QTextStream>
+
+namespace probe {
+
+// Exit codes of every command.
+enum ExitCode {
+    Success = 0,
+    Failure = 1,    // the command ran and found something wrong
+    UsageError = 2, // bad arguments, or a file that cannot be read
+};
+
+QTextStream &out();
+QTextStream &err();
+
+// Parses the arguments of `command` (arguments[0] is the program, arguments[1] the command).
+// Shows the help and exits 0 on --help; prints the error and returns false on a usage error.
+bool parseArguments(QCommandLineParser &parser, const QStringList &arguments);
+
+int runDemo(const QStringList &arguments);
+int runUdevRules(const QStringList &arguments);
+
+} // namespace probe
+
+#endif // QVHID_PROBE_COMMAND_H

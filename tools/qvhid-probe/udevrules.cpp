@@ -1,0 +1,55 @@
+// qvhid-probe udev-rules: the udev rules that let the logged-in user open the hidraw nodes of
+// every headset in a dictionary.
+
+#include "command.h"
+#include "dictionary.h"
+
+#include <set>
+#include <utility>
+
+namespace probe {
+
+int runUdevRules(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("qvhid-probe udev-rules: prints a udev rules file that gives the user logged in at the seat\n"
+                       "(TAG+=\"uaccess\") access to the hidraw nodes of every headset in the dictionary.\n"
+                       "Install it as /etc/udev/rules.d/70-qvhid-headsets.rules (it must sort before\n"
+                       "73-seat-late.rules), then run: udevadm control --reload && udevadm trigger"));
+    const QCommandLineOption dictionaryOption(QStringLiteral("dictionary"),
+                                              QStringLiteral("The headset dictionary (default: the built-in one)."),
+                                              QStringLiteral("FILE"));
+    parser.addOption(dictionaryOption);
+    if (!parseArguments(parser, arguments))
+        return UsageError;
+
+    QString text;
+    QString error;
+    if (!readDictionary(parser.value(dictionaryOption), text, error)) {
+        err() << "qvhid-probe udev-rules: " << error << "\n";
+        return UsageError;
+    }
+    std::set<std::pair<unsigned short, unsigned short>> ids;
+    for (const DictionaryRow &row : dictionaryRows(text)) {
+        if (row.vid != 0)
+            ids.insert({row.vid, row.pid});
+    }
+    if (ids.empty()) {
+        err() << "qvhid-probe udev-rules: the dictionary lists no headset.\n";
+        return Failure;
+    }
+
+    out() << "# Headsets of the qvhid headset dictionary: the user logged in at the seat may open their\n"
+          << "# hidraw nodes. Made by qvhid-probe udev-rules; " << ids.size() << " vendor and product ids.\n";
+    for (const auto &id : ids) {
+        out() << "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"" << QStringLiteral("%1").arg(id.first, 4, 16, QLatin1Char('0'))
+              << "\"";
+        if (id.second != 0) // 0: every product of the vendor
+            out() << ", ATTRS{idProduct}==\"" << QStringLiteral("%1").arg(id.second, 4, 16, QLatin1Char('0')) << "\"";
+        out() << ", TAG+=\"uaccess\"\n";
+    }
+    return Success;
+}
+
+} // namespace probe
