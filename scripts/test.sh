@@ -23,20 +23,7 @@ if [ -z "$build_dir" ]; then
     build_dir=$root/build${sanitize:+-${sanitize//,/-}}
 fi
 
-packages=(cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev valgrind)
-missing=()
-for package in "${packages[@]}"; do
-    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing+=("$package")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-    if [ "$(id -u)" -ne 0 ]; then
-        echo "These Debian packages are missing; run as root to install them: ${missing[*]}" >&2
-        exit 1
-    fi
-    echo "Installing: ${missing[*]}"
-    apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev valgrind
 
 build_type=RelWithDebInfo
 [ -n "$sanitize" ] && build_type=Debug
