@@ -2,6 +2,7 @@
 // softphone uses it, with what the headset's lamps show after each step.
 
 #include "command.h"
+#include "dictionary.h"
 #include "lamps.h"
 
 #include <hiddevicemanager.h>
@@ -48,19 +49,14 @@ struct Received
     QString shown;
 };
 
-QString hex(unsigned int value)
-{
-    return QStringLiteral("0x%1").arg(value, 4, 16, QLatin1Char('0')).toUpper().replace(QLatin1String("0X"), QLatin1String("0x"));
-}
-
 int listModels()
 {
     out() << "Virtual headsets (qvhid-probe demo MODEL):\n";
     for (const hid::virt::Model &model : hid::virt::models()) {
         const hid::virt::DeviceDescription &first = model.interfaces.front();
         out() << "  " << QString::fromStdString(model.name).leftJustified(26)
-              << QString::fromStdWString(first.product).leftJustified(20) << hex(first.vendorId) << ":"
-              << hex(first.productId) << "  " << QString::fromStdString(model.summary) << "\n";
+              << QString::fromStdWString(first.product).leftJustified(20) << hexId(first.vendorId) << ":"
+              << hexId(first.productId) << "  " << QString::fromStdString(model.summary) << "\n";
     }
     return Success;
 }
@@ -114,7 +110,7 @@ public:
         QElapsedTimer clock;
         clock.start();
         out() << "Virtual headset \"" << m_product << "\" (" << QString::fromStdString(m_model.name) << "), "
-              << hex(m_model.interfaces.front().vendorId) << ":" << hex(m_model.interfaces.front().productId) << "\n"
+              << hexId(m_model.interfaces.front().vendorId) << ":" << hexId(m_model.interfaces.front().productId) << "\n"
               << "The application's audio device: \"" << m_audioDevice << "\"\n\n";
         if (!bind())
             return Failure;
@@ -156,8 +152,8 @@ private:
         }
         const hid::virt::DeviceDescription &interface = m_model.interfaces[std::size_t(m_bound)];
         m_lamps = std::make_unique<Lamps>(interface.descriptor, m_code.outputPage);
-        out() << "Bound to interface " << interface.interfaceNumber << " (usage page " << hex(interface.usagePage)
-              << ", usage " << hex(interface.usage) << ").\n";
+        out() << "Bound to interface " << interface.interfaceNumber << " (usage page " << hexId(interface.usagePage)
+              << ", usage " << hexId(interface.usage) << ").\n";
         if (m_model.interfaces.size() > 1 && interface.usagePage != m_code.devUsagePage)
             out() << "This headset shows its product string on " << m_model.interfaces.size()
                   << " interfaces, and the library binds the first one enumerated, whatever its usage page:\n"
