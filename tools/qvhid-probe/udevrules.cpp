@@ -1,6 +1,8 @@
 // qvhid-probe udev-rules: the udev rules that let the logged-in user open the hidraw nodes of
 // every headset in a dictionary.
 
+#include "udevrule.h"
+
 #include "command.h"
 #include "dictionary.h"
 
@@ -42,13 +44,8 @@ int runUdevRules(const QStringList &arguments)
 
     out() << "# Headsets of the qvhid headset dictionary: the user logged in at the seat may open their\n"
           << "# hidraw nodes. Made by qvhid-probe udev-rules; " << ids.size() << " vendor and product ids.\n";
-    for (const auto &id : ids) {
-        out() << "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"" << QStringLiteral("%1").arg(id.first, 4, 16, QLatin1Char('0'))
-              << "\"";
-        if (id.second != 0) // 0: every product of the vendor
-            out() << ", ATTRS{idProduct}==\"" << QStringLiteral("%1").arg(id.second, 4, 16, QLatin1Char('0')) << "\"";
-        out() << ", TAG+=\"uaccess\"\n";
-    }
+    for (const auto &id : ids)
+        out() << udevRule(id.first, id.second) << "\n";
     return Success;
 }
 
