@@ -1,0 +1,153 @@
+// qvhid-probe list, run against the virtual headsets, as a user runs it.
+
+#include "proberun.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+// A dictionary that lists some other headset only.
+const QByteArray OtherHeadsetOnly = R"({ "configurations": { "Standart": {} },
+    "devices": [ { "name": "Other", "vid": "0x1209", "pid": "0x0001", "configuration": "Standart" } ] })";
+
+// The block of `list` output about the interface at `path`: from its heading to the next blank line.
+QString blockOf(const QString &output, const QString &path)
+{
+    for (const QString &block : output.split(QStringLiteral("\n\n"))) {
+        if (block.contains(QStringLiteral("path: ") + path + QLatin1Char('\n')))
+            return block;
+    }
+    return QString();
+}
+
+QStringList paths(const QString &output)
+{
+    QStringList result;
+    for (const QString &line : output.split(QLatin1Char('\n'))) {
+        if (line.startsWith(QLatin1String("    path: ")))
+            result << line.mid(10);
+    }
+    return result;
+}
+
+} // namespace
+
+class TestProbeList : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void showsAListedHeadsetTheLibraryBinds();
+    void warnsWhenTheFirstInterfaceIsNotTheCallControl();
+    void givesTheRowThatBindsAnUnlistedHeadset();
+    void saysAVendorWideRowBindsNothing();
+    void saysADeviceWithoutTelephonyIsNoHeadset();
+    void rejectsBadArguments();
+};
+
+void TestProbeList::showsAListedHeadsetTheLibraryBinds()
+{
+    const ProbeRun run = runProbe({QStringLiteral("list"), QStringLiteral("--virtual"), QStringLiteral("telephony-headset")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.out + run.err));
+    QCOMPARE(paths(run.out).size(), 1); // no real HID device on a test machine
+    const QString block = blockOf(run.out, paths(run.out).value(0));
+    QVERIFY2(block.contains(QLatin1String("0x0B0E:0x030D  \"Office Headset 20\" by \"Virtual Audio\"\n"
+                                          "    release 0x0100, usage page 0x000B, usage 0x0005, interface 3\n")),
+             qPrintable(block));
+    QVERIFY(block.contains(QLatin1String("descriptor: Telephony Headset collection (0x000B/0x0005), buttons on page 0x000B, "
+                                         "lamps Off-Hook Ring Mute Hold Microphone On-Line\n")));
+    QVERIFY(block.contains(QLatin1String("dictionary: listed, configuration \"Standart\"\n")));
+    QVERIFY(block.contains(QLatin1String("binding: the library binds this interface for audio devices named "
+                                         "\"... (Office Headset 20)\"\n")));
+    QVERIFY(block.contains(QLatin1String("access: the current user may open it (read and write)")));
+    QVERIFY(!run.out.contains(QLatin1String("attention")));
+
+    const ProbeRun vendorPage = runProbe({QStringLiteral("list"), QStringLiteral("--virtual"), QStringLiteral("vendor-page-headset")});
+    QCOMPARE(vendorPage.exitCode, 0);
+    QVERIFY(vendorPage.out.contains(QLatin1String("dictionary: listed, configuration \"JabraLink360\"")));
+}
+
+void TestProbeList::warnsWhenTheFirstInterfaceIsNotTheCallControl()
+{
+    const ProbeRun run = runProbe({QStringLiteral("list"), QStringLiteral("--virtual"), QStringLiteral("consumer-first-headset")});
+    QCOMPARE(run.exitCode, 1);
+    const QStringList found = paths(run.out);
+    QCOMPARE(found.size(), 2);
+    const QString first = blockOf(run.out, found[0]);
+    const QString second = blockOf(run.out, found[1]);
+    QVERIFY(first.contains(QLatin1String("usage page 0x000C, usage 0x0001, interface 3")));
+    QVERIFY(first.contains(QLatin1String("binding: the library binds this interface")));
+    QVERIFY(first.contains(QLatin1String("warning: its usage page and usage are not the call-control collection 0x000B/0x0005")));
+    QVERIFY(second.contains(QLatin1String("usage page 0x000B, usage 0x0005, interface 4")));
+    QVERIFY(second.contains(QLatin1String("binding: none; an earlier interface has the same product string")));
+    QVERIFY(run.out.contains(QLatin1String("1 headset needs attention")));
+}
+
+void TestProbeList::givesTheRowThatBindsAnUnlistedHeadset()
+{
+    QTemporaryDir dir;
+    const QString dictionary = writeFile(QDir(dir.path()), QStringLiteral("other.json"), OtherHeadsetOnly);
+    const ProbeRun run = runProbe({QStringLiteral("list"), QStringLiteral("--dictionary"), dictionary, QStringLiteral("--virtual"),
+                                   QStringLiteral("telephony-headset-no-ids")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY(run.out.contains(QLatin1String("dictionary: not listed\n")));
+    QVERIFY(run.out.contains(QLatin1String("The library will not bind this headset.")));
+    const QString row = QStringLiteral(
+        "\"devices\": [ { \"name\": \"Office Headset 30\", \"vid\": \"0x0B0E\", \"pid\": \"0xA345\", \"configuration\": \"Standart\" } ]");
+    QVERIFY2(run.out.contains(QStringLiteral("        ") + row + QLatin1Char('\n')), qPrintable(run.out));
+
+    // Pasted into a dictionary, the row makes the library bind the headset.
+    const QString fixed = writeFile(QDir(dir.path()), QStringLiteral("fixed.json"),
+                                    "{ \"configurations\": { \"Standart\": {} },\n" + row.toUtf8() + " }");
+    const ProbeRun listed = runProbe({QStringLiteral("list"), QStringLiteral("--dictionary"), fixed, QStringLiteral("--virtual"),
+                                      QStringLiteral("telephony-headset-no-ids")});
+    QVERIFY2(listed.exitCode == 0, qPrintable(listed.out));
+    QVERIFY(listed.out.contains(QLatin1String("binding: the library binds this interface for audio devices named "
+                                              "\"... (Office Headset 30)\"")));
+    QCOMPARE(runProbe({QStringLiteral("check-dictionary"), fixed}).exitCode, 0);
+}
+
+void TestProbeList::saysAVendorWideRowBindsNothing()
+{
+    QTemporaryDir dir;
+    const QString dictionary = writeFile(QDir(dir.path()), QStringLiteral("vendor.json"), R"({ "configurations": { "Standart": {} },
+        "devices": [ { "name": "Every headset of the vendor", "vid": "0x0B0E", "configuration": "Standart" } ] })");
+    const ProbeRun run = runProbe({QStringLiteral("list"), QStringLiteral("--dictionary"), dictionary, QStringLiteral("--virtual"),
+                                   QStringLiteral("telephony-headset")});
+    QCOMPARE(run.exitCode, 1);
+    QVERIFY(run.out.contains(QLatin1String(
+        "dictionary: listed only for its whole vendor (configuration \"Standart\"), which the library never binds\n")));
+    QVERIFY(run.out.contains(QLatin1String("\"vid\": \"0x0B0E\", \"pid\": \"0x030D\"")));
+}
+
+void TestProbeList::saysADeviceWithoutTelephonyIsNoHeadset()
+{
+    QTemporaryDir dir;
+    const QString dictionary = writeFile(QDir(dir.path()), QStringLiteral("other.json"), OtherHeadsetOnly);
+    // Unlisted, the vendor-page headset shows no Telephony collection: the probe cannot tell
+    // its pages, and proposes no row.
+    const ProbeRun run = runProbe({QStringLiteral("list"), QStringLiteral("--dictionary"), dictionary, QStringLiteral("--virtual"),
+                                   QStringLiteral("vendor-page-headset")});
+    QCOMPARE(run.exitCode, 0);
+    QVERIFY(run.out.contains(QLatin1String("descriptor: no Telephony collection (page 0x000B): no call control\n")));
+    QVERIFY(run.out.contains(QLatin1String("the library will not bind it: nothing in its descriptor is telephony\n")));
+    QVERIFY(!run.out.contains(QLatin1String("\"devices\"")));
+}
+
+void TestProbeList::rejectsBadArguments()
+{
+    const ProbeRun unknownModel = runProbe({QStringLiteral("list"), QStringLiteral("--virtual"), QStringLiteral("no-such-headset")});
+    QCOMPARE(unknownModel.exitCode, 2);
+    QVERIFY(unknownModel.err.contains(QLatin1String("no virtual headset named 'no-such-headset'")));
+    QCOMPARE(runProbe({QStringLiteral("list"), QStringLiteral("extra")}).exitCode, 2);
+    QCOMPARE(runProbe({QStringLiteral("list"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")}).exitCode, 2);
+    QTemporaryDir dir;
+    const ProbeRun empty = runProbe({QStringLiteral("list"), QStringLiteral("--dictionary"),
+                                     writeFile(QDir(dir.path()), QStringLiteral("empty.json"), "{}")});
+    QCOMPARE(empty.exitCode, 2);
+    QVERIFY(empty.err.contains(QLatin1String("the dictionary lists no headset")));
+}
+
+QTEST_GUILESS_MAIN(TestProbeList)
+#include "tst_probelist.moc"

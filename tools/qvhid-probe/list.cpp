@@ -1,0 +1,285 @@
+// qvhid-probe list: every HID interface of the machine, as the library sees it: whether the
+// dictionary lists it, which interface the library binds for an audio device, whether the user
+// may open it, and for a headset the dictionary does not list, the row that would bind it.
+
+#include "callcontrol.h"
+#include "command.h"
+#include "dictionary.h"
+#include "udevrule.h"
+
+#include <hiddeviceinfo.h>
+#include <hidapi.h>
+#include <hidapi_parser.h>
+#include <virtualmodels.h>
+
+#include <QSet>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <unistd.h>
+#include <vector>
+
+namespace probe {
+
+namespace {
+
+struct DescriptorDeleter
+{
+    void operator()(hid_descriptor *descriptor) const { std::free(descriptor); }
+};
+using Descriptor = std::unique_ptr<hid_descriptor, DescriptorDeleter>;
+
+// What hidapi's enumeration says of one interface, copied out of its list.
+struct Interface
+{
+    unsigned short vid = 0;
+    unsigned short pid = 0;
+    unsigned short release = 0;
+    QString product;
+    QString manufacturer;
+    unsigned short usagePage = 0;
+    unsigned short usage = 0;
+    int interfaceNumber = -1;
+    QString path;
+};
+
+QString fromWide(const wchar_t *text)
+{
+    return text ? QString::fromWCharArray(text) : QString();
+}
+
+std::vector<Interface> enumerate()
+{
+    std::vector<Interface> interfaces;
+    hid_device_info *devices = hid_enumerate(0, 0);
+    for (const hid_device_info *device = devices; device; device = device->next) {
+        interfaces.push_back({device->vendor_id, device->product_id, device->release_number,
+                              fromWide(device->product_string), fromWide(device->manufacturer_string),
+                              device->usage_page, device->usage, device->interface_number,
+                              QString::fromUtf8(device->path)});
+    }
+    hid_free_enumeration(devices);
+    return interfaces;
+}
+
+bool isDeviceNode(const QString &path)
+{
+    return path.startsWith(QLatin1Char('/'));
+}
+
+// The descriptor: through an open handle when the user may open the device, otherwise from
+// sysfs, which anyone may read.
+Descriptor readDescriptor(const Interface &interface, hid_device *handle)
+{
+    if (handle)
+        return Descriptor(hid_read_descriptor(handle));
+    if (!isDeviceNode(interface.path))
+        return nullptr;
+    std::vector<unsigned char> bytes(HID_PARSER_MAX_DESCRIPTOR_SIZE);
+    const int size = hid_read_sysfs_descriptor("/sys", interface.path.toUtf8().constData(), bytes.data(), bytes.size());
+    return size > 0 ? Descriptor(hid_parse_descriptor(bytes.data(), std::size_t(size))) : nullptr;
+}
+
+class Lister
+{
+public:
+    explicit Lister(const QList<DictionaryRow> &rows)
+        : m_rows(rows)
+    {
+    }
+
+    void show(const std::vector<Interface> &interfaces)
+    {
+        if (interfaces.empty()) {
+            out() << "No HID interface: hidapi lists none. A headset that is plugged in shows a /dev/hidraw* node;\n"
+                  << "without one the kernel has not taken it as a HID device.\n";
+            return;
+        }
+        out() << interfaces.size() << (interfaces.size() == 1 ? " HID interface" : " HID interfaces") << ".\n";
+        QSet<QString> boundProducts;
+        for (const Interface &interface : interfaces) {
+            out() << "\n";
+            show(interface, boundProducts);
+        }
+        if (m_problems > 0)
+            out() << "\n" << m_problems << (m_problems == 1 ? " headset needs" : " headsets need") << " attention (see above).\n";
+    }
+
+    int problems() const { return m_problems; }
+
+private:
+    void show(const Interface &interface, QSet<QString> &boundProducts)
+    {
+        out() << hexId(interface.vid) << ":" << hexId(interface.pid) << "  \"" << interface.product << "\"";
+        if (!interface.manufacturer.isEmpty())
+            out() << " by \"" << interface.manufacturer << "\"";
+        out() << "\n    release " << hexId(interface.release) << ", usage page " << hexId(interface.usagePage)
+              << ", usage " << hexId(interface.usage) << ", interface " << interface.interfaceNumber << "\n"
+              << "    path: " << interface.path << "\n";
+
+        hid_device *handle = nullptr;
+        const QString access = accessOf(interface, handle);
+        const Descriptor descriptor = readDescriptor(interface, handle);
+        if (handle)
+            hid_close(handle);
+        const CallControl control = findCallControl(descriptor.get());
+        out() << "    descriptor: "
+              << (descriptor ? describe(control) : QStringLiteral("cannot be read or is not valid")) << "\n";
+
+        bool isExplicit = false;
+        const hid::HidCode code = hid::HidDeviceDict::getHidCode(interface.vid, interface.pid, isExplicit);
+        if (isExplicit) {
+            out() << "    dictionary: listed, configuration \"" << configurationOf(interface.vid, interface.pid) << "\"\n";
+            showBinding(interface, code, control, boundProducts);
+        } else {
+            showUnlisted(interface, control, descriptor != nullptr);
+        }
+        out() << "    access: " << access << "\n";
+    }
+
+    // The product string names the interface for the library: the first listed interface with
+    // that string is the one bound for an audio device named after it.
+    void showBinding(const Interface &interface, const hid::HidCode &code, const CallControl &control,
+                     QSet<QString> &boundProducts)
+    {
+        if (interface.product.isEmpty()) {
+            out() << "    binding: none; the interface has no product string to match an audio device by\n";
+            ++m_problems;
+            return;
+        }
+        if (boundProducts.contains(interface.product)) {
+            out() << "    binding: none; an earlier interface has the same product string and is bound instead\n";
+            return;
+        }
+        boundProducts.insert(interface.product);
+        out() << "    binding: the library binds this interface for audio devices named \"... (" << interface.product
+              << ")\"\n";
+        if (interface.usagePage != code.devUsagePage || interface.usage != code.devUsageID) {
+            out() << "    warning: its usage page and usage are not the call-control collection "
+                  << hexId(code.devUsagePage) << "/" << hexId(code.devUsageID)
+                  << " of its configuration: the headset's buttons and lamps may be on another interface\n";
+            ++m_problems;
+        } else if (control.found && !control.hasOutputs) {
+            out() << "    note: its call-control collection has no lamps\n";
+        }
+    }
+
+    void showUnlisted(const Interface &interface, const CallControl &control, bool descriptorRead)
+    {
+        const QString vendorWide = configurationOf(interface.vid, 0);
+        if (!vendorWide.isNull())
+            out() << "    dictionary: listed only for its whole vendor (configuration \"" << vendorWide
+                  << "\"), which the library never binds\n";
+        else
+            out() << "    dictionary: not listed\n";
+        if (!control.found) {
+            out() << (descriptorRead ? "    the library will not bind it: nothing in its descriptor is telephony\n"
+                                     : "    the library will not bind it; its descriptor could not be read to tell whether "
+                                       "it is a headset\n");
+            return;
+        }
+        ++m_problems;
+        out() << "    The library will not bind this headset. This dictionary entry would bind it; add it to\n"
+              << "    the application's dictionary and check it with 'qvhid-probe check-dictionary FILE':\n";
+        for (const QString &line : dictionaryEntry(control, interface.product, interface.vid, interface.pid).split(QLatin1Char('\n')))
+            out() << "        " << line << "\n";
+        if (interface.usagePage != control.collectionPage || interface.usage != control.collectionUsage)
+            out() << "    note: the library binds the first interface with the product string \"" << interface.product
+                  << "\"; make sure it is this one\n";
+    }
+
+    // Opens the device when the user may, leaving the handle in `handle`, and says so.
+    QString accessOf(const Interface &interface, hid_device *&handle)
+    {
+        if (isDeviceNode(interface.path) && ::access(interface.path.toUtf8().constData(), R_OK | W_OK) != 0) {
+            const int error = errno;
+            if (error == EACCES || error == EPERM) {
+                ++m_problems;
+                return deniedAccess(udevRuleDirectories(), interface.vid, interface.pid);
+            }
+            return QStringLiteral("cannot open it: %1").arg(QString::fromLocal8Bit(std::strerror(error)));
+        }
+        handle = hid_open_path(interface.path.toUtf8().constData());
+        if (handle)
+            return QStringLiteral("the current user may open it (read and write)");
+        ++m_problems;
+        return QStringLiteral("hidapi cannot open it: %1").arg(fromWide(hid_error(nullptr)));
+    }
+
+    // The name of the configuration of the dictionary row for these ids (the last such row),
+    // or a null string when no row has them.
+    QString configurationOf(unsigned short vid, unsigned short pid) const
+    {
+        QString configuration;
+        for (const DictionaryRow &row : m_rows) {
+            if (row.vid == vid && row.pid == pid)
+                configuration = row.configuration.isNull() ? QStringLiteral("") : row.configuration;
+        }
+        return configuration;
+    }
+
+    const QList<DictionaryRow> m_rows;
+    int m_problems = 0;
+};
+
+} // namespace
+
+int runList(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("qvhid-probe list: lists every HID interface of this machine as the library sees it: its ids,\n"
+                       "strings, usage page and path; whether the dictionary lists it and which interface the\n"
+                       "library binds; whether the current user may open it (and the udev rule that is missing\n"
+                       "when not); and for a headset that the dictionary does not list, the dictionary entry that\n"
+                       "would bind it. Exits 0 when nothing needs attention, 1 otherwise."));
+    const QCommandLineOption dictionaryOption(QStringLiteral("dictionary"),
+                                              QStringLiteral("The headset dictionary (default: the built-in one)."),
+                                              QStringLiteral("FILE"));
+    const QCommandLineOption virtualOption(QStringLiteral("virtual"),
+                                           QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
+                                                          "--list-models'); may be given more than once."),
+                                           QStringLiteral("MODEL"));
+    parser.addOption(dictionaryOption);
+    parser.addOption(virtualOption);
+    if (!parseArguments(parser, arguments))
+        return UsageError;
+    if (!parser.positionalArguments().isEmpty()) {
+        err() << "qvhid-probe list: takes no arguments besides its options.\n";
+        return UsageError;
+    }
+
+    QString text;
+    QString error;
+    if (!readDictionary(parser.value(dictionaryOption), text, error)) {
+        err() << "qvhid-probe list: " << error << "\n";
+        return UsageError;
+    }
+    std::vector<hid::virt::VirtualDevice> virtualDevices;
+    for (const QString &name : parser.values(virtualOption)) {
+        const hid::virt::Model *model = hid::virt::findModel(name.toStdString());
+        if (!model) {
+            err() << "qvhid-probe list: no virtual headset named '" << name
+                  << "'; 'qvhid-probe demo --list-models' names them.\n";
+            return UsageError;
+        }
+        for (const hid::virt::VirtualDevice &device : hid::virt::addModel(*model))
+            virtualDevices.push_back(device);
+    }
+    const QList<DictionaryRow> rows = dictionaryRows(text);
+    if (rows.isEmpty()) {
+        err() << "qvhid-probe list: the dictionary lists no headset; 'qvhid-probe check-dictionary FILE' tells why.\n";
+        return UsageError;
+    }
+    hid::HidDeviceDict::init(text);
+
+    Lister lister(rows);
+    lister.show(enumerate());
+    for (hid::virt::VirtualDevice &device : virtualDevices)
+        device.remove();
+    return lister.problems() == 0 ? Success : Failure;
+}
+
+} // namespace probe
