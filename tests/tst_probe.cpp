@@ -1,31 +1,12 @@
 // The command-line probe, run as a user runs it.
 
-#include <QProcess>
+#include "proberun.h"
+
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
-
-struct Run
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-Run probe(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(PROBE), arguments);
-    Run run;
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.exitCode = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 // The demo's row for `action`, with its blanks squeezed: "call comes in Ring On-Line state ...".
 QString row(const QString &output, const QString &action)
@@ -72,17 +53,17 @@ private slots:
 
 void TestProbe::withoutCommandShowsTheCommands()
 {
-    const Run run = probe({});
+    const ProbeRun run = runProbe({});
     QCOMPARE(run.exitCode, 2);
     QVERIFY(run.err.contains(QLatin1String("Usage: qvhid-probe COMMAND")));
-    for (const char *command : {"demo", "udev-rules"})
+    for (const char *command : {"demo", "list", "watch", "check-dictionary", "udev-rules"})
         QVERIFY2(run.err.contains(QLatin1String(command)), command);
-    QCOMPARE(probe({QStringLiteral("--help")}).exitCode, 0);
+    QCOMPARE(runProbe({QStringLiteral("--help")}).exitCode, 0);
 }
 
 void TestProbe::unknownCommandIsAUsageError()
 {
-    const Run run = probe({QStringLiteral("frobnicate")});
+    const ProbeRun run = runProbe({QStringLiteral("frobnicate")});
     QCOMPARE(run.exitCode, 2);
     QVERIFY(run.err.contains(QLatin1String("unknown command 'frobnicate'")));
 }
@@ -113,7 +94,7 @@ void TestProbe::demoPlaysAWholeCall()
     QFETCH(QString, heldLamps);
     QElapsedTimer clock;
     clock.start();
-    const Run run = probe(model.isEmpty() ? QStringList{"demo"} : QStringList{"demo", model});
+    const ProbeRun run = runProbe(model.isEmpty() ? QStringList{"demo"} : QStringList{"demo", model});
     QVERIFY2(run.exitCode == 0, qPrintable(run.out + run.err));
     QVERIFY(clock.elapsed() < 30000); // a wide margin; the demo itself takes about 1.5 s
     QVERIFY(run.out.contains(QStringLiteral("Virtual headset \"%1\"").arg(product)));
@@ -139,7 +120,7 @@ void TestProbe::demoPlaysAWholeCall()
 
 void TestProbe::demoExplainsAHeadsetWhoseFirstInterfaceHasNoLamps()
 {
-    const Run run = probe({QStringLiteral("demo"), QStringLiteral("consumer-first-headset")});
+    const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("consumer-first-headset")});
     QCOMPARE(run.exitCode, 1);
     QVERIFY(run.out.contains(QLatin1String("Bound to interface 3 (usage page 0x000C, usage 0x0001).")));
     QVERIFY(run.out.contains(QLatin1String("the library binds the first one enumerated")));
@@ -149,7 +130,7 @@ void TestProbe::demoExplainsAHeadsetWhoseFirstInterfaceHasNoLamps()
 
 void TestProbe::demoNamesItsModels()
 {
-    const Run run = probe({QStringLiteral("demo"), QStringLiteral("--list-models")});
+    const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("--list-models")});
     QCOMPARE(run.exitCode, 0);
     for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset",
                               "consumer-first-headset", "echoing-headset"})
@@ -158,30 +139,30 @@ void TestProbe::demoNamesItsModels()
 
 void TestProbe::demoRejectsAnUnknownModel()
 {
-    const Run run = probe({QStringLiteral("demo"), QStringLiteral("no-such-headset")});
+    const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("no-such-headset")});
     QCOMPARE(run.exitCode, 2);
     QVERIFY(run.err.contains(QLatin1String("no virtual headset named 'no-such-headset'")));
-    QCOMPARE(probe({QStringLiteral("demo"), QStringLiteral("--no-such-option")}).exitCode, 2);
+    QCOMPARE(runProbe({QStringLiteral("demo"), QStringLiteral("--no-such-option")}).exitCode, 2);
 }
 
 void TestProbe::everyCommandHasHelp_data()
 {
     QTest::addColumn<QString>("command");
-    QTest::newRow("demo") << "demo";
-    QTest::newRow("udev-rules") << "udev-rules";
+    for (const char *command : {"demo", "list", "watch", "check-dictionary", "udev-rules"})
+        QTest::newRow(command) << command;
 }
 
 void TestProbe::everyCommandHasHelp()
 {
     QFETCH(QString, command);
-    const Run run = probe({command, QStringLiteral("--help")});
+    const ProbeRun run = runProbe({command, QStringLiteral("--help")});
     QCOMPARE(run.exitCode, 0);
     QVERIFY2(run.out.startsWith(QStringLiteral("Usage: qvhid-probe %1 [options]").arg(command)), qPrintable(run.out));
 }
 
 void TestProbe::udevRulesCoverTheBuiltInDictionary()
 {
-    const Run run = probe({QStringLiteral("udev-rules")});
+    const ProbeRun run = runProbe({QStringLiteral("udev-rules")});
     QCOMPARE(run.exitCode, 0);
     const QStringList rules = ruleLines(run.out);
     QCOMPARE(rules.size(), 22); // 23 rows, one product listed twice
@@ -197,13 +178,10 @@ void TestProbe::udevRulesCoverTheBuiltInDictionary()
 void TestProbe::udevRulesOfADictionaryFile()
 {
     QTemporaryDir dir;
-    QFile file(dir.filePath(QStringLiteral("headsets.json")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(R"({ "configurations": { "Standart": {} },
+    const QString file = writeFile(QDir(dir.path()), QStringLiteral("headsets.json"), R"({ "configurations": { "Standart": {} },
         "devices": [ { "name": "One", "vid": "0x1209", "pid": "0xBEEF", "configuration": "Standart" },
                      { "name": "All of a vendor", "vid": "0x2E8A", "configuration": "Standart" } ] })");
-    file.close();
-    const Run run = probe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), file.fileName()});
+    const ProbeRun run = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), file});
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(ruleLines(run.out),
              (QStringList{"SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"beef\", TAG+=\"uaccess\"",
@@ -212,7 +190,7 @@ void TestProbe::udevRulesOfADictionaryFile()
 
 void TestProbe::udevRulesOfAMissingFileIsAUsageError()
 {
-    const Run run = probe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")});
+    const ProbeRun run = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")});
     QCOMPARE(run.exitCode, 2);
     QVERIFY(run.err.contains(QLatin1String("cannot read /nonexistent.json")));
 }
@@ -221,7 +199,7 @@ void TestProbe::builtRulesFileMatchesTheCommand()
 {
     QFile built(QStringLiteral(RULES_FILE));
     QVERIFY(built.open(QIODevice::ReadOnly));
-    QCOMPARE(QString::fromUtf8(built.readAll()), probe({QStringLiteral("udev-rules")}).out);
+    QCOMPARE(QString::fromUtf8(built.readAll()), runProbe({QStringLiteral("udev-rules")}).out);
 }
 
 QTEST_GUILESS_MAIN(TestProbe)

@@ -23,6 +23,9 @@ QTextStream &err();
 bool parseArguments(QCommandLineParser &parser, const QStringList &arguments);
 
 int runDemo(const QStringList &arguments);
+int runList(const QStringList &arguments);
+int runWatch(const QStringList &arguments);
+int runCheckDictionary(const QStringList &arguments);
 int runUdevRules(const QStringList &arguments);
 
 } // namespace probe

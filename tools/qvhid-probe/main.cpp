@@ -58,6 +58,9 @@ struct Command
 
 const Command Commands[] = {
     {"demo", "play a whole call on a virtual headset (no hardware needed)", probe::runDemo},
+    {"list", "list the HID interfaces of this machine, and what the library makes of them", probe::runList},
+    {"watch", "bind a headset as a softphone does and show what it does", probe::runWatch},
+    {"check-dictionary", "check a headset dictionary and show the codes it gives", probe::runCheckDictionary},
     {"udev-rules", "print udev rules that give users access to their headsets", probe::runUdevRules},
 };
 
@@ -66,7 +69,7 @@ void printUsage(QTextStream &stream)
     stream << "Usage: qvhid-probe COMMAND [options]\n\n"
            << "Shows the headset library at work and helps to set up headsets.\n\nCommands:\n";
     for (const Command &command : Commands)
-        stream << "  " << QString::fromLatin1(command.name).leftJustified(18) << command.summary << "\n";
+        stream << "  " << QString::fromLatin1(command.name).leftJustified(19) << command.summary << "\n";
     stream << "\n'qvhid-probe COMMAND --help' describes a command.\n";
     stream.flush();
 }
