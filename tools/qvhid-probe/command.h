@@ -6,6 +6,10 @@
 #include <QStringList>
 #include <QTextStream>
 
+namespace hid::virt {
+struct Model;
+}
+
 namespace probe {
 
 // Exit codes of every command.
@@ -21,6 +25,9 @@ QTextStream &err();
 // Parses the arguments of `command` (arguments[0] is the program, arguments[1] the command).
 // Shows the help and exits 0 on --help; prints the error and returns false on a usage error.
 bool parseArguments(QCommandLineParser &parser, const QStringList &arguments);
+
+// The ready virtual headset `name`; null, after telling the user of `command`, when there is none.
+const hid::virt::Model *findVirtualModel(const QString &command, const QString &name);
 
 int runDemo(const QStringList &arguments);
 int runList(const QStringList &arguments);

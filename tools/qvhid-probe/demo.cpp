@@ -290,11 +290,9 @@ int runDemo(const QStringList &arguments)
         return UsageError;
     }
     const QString name = parser.positionalArguments().value(0, QLatin1String(DefaultModel));
-    const hid::virt::Model *model = hid::virt::findModel(name.toStdString());
-    if (!model) {
-        err() << "qvhid-probe demo: no virtual headset named '" << name << "'; 'qvhid-probe demo --list-models' names them.\n";
+    const hid::virt::Model *model = findVirtualModel(QStringLiteral("demo"), name);
+    if (!model)
         return UsageError;
-    }
 
     static common::logger::QtLogger qtLogger; // reader threads may still log while the demo ends
     if (parser.isSet(verboseOption))

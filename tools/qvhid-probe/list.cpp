@@ -259,12 +259,9 @@ int runList(const QStringList &arguments)
     }
     std::vector<hid::virt::VirtualDevice> virtualDevices;
     for (const QString &name : parser.values(virtualOption)) {
-        const hid::virt::Model *model = hid::virt::findModel(name.toStdString());
-        if (!model) {
-            err() << "qvhid-probe list: no virtual headset named '" << name
-                  << "'; 'qvhid-probe demo --list-models' names them.\n";
+        const hid::virt::Model *model = findVirtualModel(QStringLiteral("list"), name);
+        if (!model)
             return UsageError;
-        }
         for (const hid::virt::VirtualDevice &device : hid::virt::addModel(*model))
             virtualDevices.push_back(device);
     }

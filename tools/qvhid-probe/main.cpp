@@ -3,6 +3,8 @@
 
 #include "command.h"
 
+#include <virtualmodels.h>
+
 #include <QCoreApplication>
 
 #include <cstdio>
@@ -43,6 +45,15 @@ bool parseArguments(QCommandLineParser &parser, const QStringList &arguments)
         std::exit(Success);
     }
     return true;
+}
+
+const hid::virt::Model *findVirtualModel(const QString &command, const QString &name)
+{
+    const hid::virt::Model *model = hid::virt::findModel(name.toStdString());
+    if (!model)
+        err() << "qvhid-probe " << command << ": no virtual headset named '" << name
+              << "'; 'qvhid-probe demo --list-models' names them.\n";
+    return model;
 }
 
 } // namespace probe

@@ -249,13 +249,9 @@ int runWatch(const QStringList &arguments)
 
     std::vector<hid::virt::VirtualDevice> virtualDevices;
     if (parser.isSet(virtualOption)) {
-        const QString name = parser.value(virtualOption);
-        const hid::virt::Model *model = hid::virt::findModel(name.toStdString());
-        if (!model) {
-            err() << "qvhid-probe watch: no virtual headset named '" << name
-                  << "'; 'qvhid-probe demo --list-models' names them.\n";
+        const hid::virt::Model *model = findVirtualModel(QStringLiteral("watch"), parser.value(virtualOption));
+        if (!model)
             return UsageError;
-        }
         virtualDevices = hid::virt::addModel(*model);
     }
     static common::logger::QtLogger qtLogger; // reader threads may still log while the probe ends
