@@ -216,6 +216,22 @@ private slots:
         QVERIFY(info.isEmptyValue(c, Output, 0x0B, 0x05, 0));
     }
 
+    void aNullCollectionMatchesNothing()
+    {
+        HIDReportInfo info;
+        ModelBuilder build(info);
+        HIDCollection* c = build.collection(0x0B, 0x05);
+        build.item(c, Output, 0, 0x08, 0x17, 0, 1)->value = 1;
+        HIDCollection* missing = info.findCollection(0x0C, 0x01);
+        QVERIFY(!missing);
+        QVERIFY(!info.findReportItem(missing, Output, 0x0B, 0x05, 0x08, 0x17));
+        std::vector<HIDReportItem*> out;
+        info.findReportItems(missing, 0, Output, out);
+        info.findReportItemsByReportID(missing, Output, 0x0B, 0x05, 0, out);
+        QVERIFY(out.empty());
+        QVERIFY(info.isEmptyValue(missing, Output, 0x0B, 0x05, 0));
+    }
+
     void afterResetEveryValueIsEmpty()
     {
         HIDReportInfo info;

@@ -83,6 +83,8 @@ HIDReportItem* HIDReportInfo::findReportItem(HIDCollection* collection, HIDRepor
                                              unsigned short collectionUsagePage, unsigned short collectionUsage,
                                              unsigned short usagePage, unsigned short usage) const
 {
+    if (!collection)
+        return nullptr;
     auto firstMatch = [&](const HIDCollection* in) -> HIDReportItem* {
         for (HIDReportItem* item : in->items) {
             if (item->type == type && item->usagePage == usagePage && item->usage == usage)
@@ -106,6 +108,8 @@ HIDReportItem* HIDReportInfo::findReportItem(HIDCollection* collection, HIDRepor
 void HIDReportInfo::findReportItems(HIDCollection* collection, unsigned char reportId, HIDReportItemTypes type,
                                     std::vector<HIDReportItem*>& out) const
 {
+    if (!collection)
+        return;
     auto appendMatching = [&](const HIDCollection* in) {
         for (HIDReportItem* item : in->items) {
             if (item->type == type && item->reportId == reportId)
@@ -135,6 +139,8 @@ void HIDReportInfo::findReportItemsByReportID(HIDCollection* collection, HIDRepo
                                               unsigned short collectionUsagePage, unsigned short collectionUsage,
                                               unsigned char reportId, std::vector<HIDReportItem*>& out) const
 {
+    if (!collection)
+        return;
     if (hasUsage(collection, collectionUsagePage, collectionUsage)) {
         const auto matching = std::count_if(collection->items.begin(), collection->items.end(),
                                             [&](const HIDReportItem* item) {
@@ -157,6 +163,8 @@ bool HIDReportInfo::isEmptyValue(HIDCollection* collection, HIDReportItemTypes t
                                  unsigned short collectionUsagePage, unsigned short collectionUsage,
                                  unsigned char reportId) const
 {
+    if (!collection)
+        return true;
     if (hasUsage(collection, collectionUsagePage, collectionUsage)) {
         for (const HIDReportItem* item : collection->items) {
             if (item->type == type && item->reportId == reportId && item->value != 0)

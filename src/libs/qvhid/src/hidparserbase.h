@@ -88,6 +88,9 @@ public:
     HIDReportItem* findReportItem(std::vector<HIDReportItem*> const& items, unsigned short usagePage,
                                   unsigned short usage) const;
 
+    // The queries below start from a collection. A null one (findCollection() finding nothing)
+    // matches nothing: no item, nothing appended, an empty value.
+
     // The first item of the given type, usage page and usage declared directly in `collection`
     // (if it has the collection usage) or in a descendant that has the collection usage.
     HIDReportItem* findReportItem(HIDCollection* collection, HIDReportItemTypes type,
