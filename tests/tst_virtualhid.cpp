@@ -185,6 +185,16 @@ void TestVirtualHid::stringsAndDeviceInfo()
     QVERIFY(std::equal(descriptor, descriptor + length, device.description().descriptor.begin()));
     QCOMPARE(hid_get_report_descriptor(handle, descriptor, 4), 4);
     hid_close(handle);
+
+    // A device may declare no descriptor at all: it reads as zero bytes.
+    hid::virt::DeviceDescription bare = device.description();
+    bare.path.clear();
+    bare.descriptor.clear();
+    VirtualDevice withoutDescriptor = VirtualDevice::add(bare);
+    handle = hid_open_path(withoutDescriptor.path().c_str());
+    QVERIFY(handle);
+    QCOMPARE(hid_get_report_descriptor(handle, descriptor, sizeof(descriptor)), 0);
+    hid_close(handle);
 }
 
 void TestVirtualHid::timedReadsBlockForTheirTimeOut()

@@ -462,7 +462,8 @@ int Registry::reportDescriptor(hid_device *device, unsigned char *buffer, size_t
     }
     const Bytes &descriptor = handle->device->description.descriptor;
     const std::size_t count = std::min(size, descriptor.size());
-    std::memcpy(buffer, descriptor.data(), count);
+    if (count > 0) // an empty descriptor has no storage to copy from
+        std::memcpy(buffer, descriptor.data(), count);
     return static_cast<int>(count);
 }
 
