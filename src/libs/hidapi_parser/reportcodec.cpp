@@ -37,10 +37,12 @@ bool isOnOffControl(unsigned short page, unsigned short usage)
     }
 }
 
+// The low 64 bits of the value; a wider field (only a field without usages may be one) keeps
+// those, as writeBits() writes them.
 std::uint64_t readBits(const unsigned char *payload, unsigned int bitOffset, unsigned int bitSize)
 {
     std::uint64_t value = 0;
-    for (unsigned int i = 0; i < bitSize; ++i) {
+    for (unsigned int i = 0; i < bitSize && i < 64; ++i) {
         const unsigned int bit = bitOffset + i;
         if (payload[bit / 8] & (1u << (bit % 8)))
             value |= std::uint64_t{1} << i;
