@@ -207,9 +207,14 @@ QString HidDevice::getParentDeviceName(const QString& name) const
     // as "2-". The hyphenated form is tried first so that the index never becomes part of it.
     QRegExp indexed(QStringLiteral("\\(\\d*\\-([^)]+)\\)$"));
     QRegExp plain(QStringLiteral("\\(([^)]+)\\)$"));
-    if (indexed.indexIn(working, 0) != -1)
+    // Neither group holds a closing parenthesis, so a match starts after the last one but one.
+    // Searching from there finds the same match, and keeps a long name with many parentheses
+    // from costing a backtracking scan per opening parenthesis.
+    const int lastClose = working.lastIndexOf(QLatin1Char(')'));
+    const int from = lastClose > 0 ? working.lastIndexOf(QLatin1Char(')'), lastClose - 1) + 1 : 0;
+    if (indexed.indexIn(working, from) != -1)
         result = indexed.cap(1).trimmed();
-    else if (plain.indexIn(working, 0) != -1)
+    else if (plain.indexIn(working, from) != -1)
         result = plain.cap(1).trimmed();
 
     HID_LOG(log::Trace) << "HID DEVICE Parent device is " << result;
