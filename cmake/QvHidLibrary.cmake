@@ -10,9 +10,11 @@ function(qvhid_package_library target)
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
         EXPORT_NAME ${target})
-    target_link_options(${target} PRIVATE
-        "LINKER:--no-undefined"
-        "LINKER:--version-script=${map}")
+    target_link_options(${target} PRIVATE "LINKER:--version-script=${map}")
+    # clang links its sanitizer runtimes into programs only, so a fuzz build leaves them undefined.
+    if(NOT QVHID_FUZZ)
+        target_link_options(${target} PRIVATE "LINKER:--no-undefined")
+    endif()
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
 
     install(TARGETS ${target} EXPORT QvHidTargets

@@ -1,0 +1,87 @@
+// Writes the seed inputs of every fuzz target into a directory: the ready virtual headsets
+// (descriptor with the reports of their buttons), the hand-written descriptors of the parser
+// tests, the built-in headset dictionary, and audio-device names.
+//
+//   fuzz-seeds DIRECTORY
+
+#include "descriptors.h"
+#include "fuzzinput.h"
+
+#include <virtualmodels.h>
+
+#include <QDir>
+#include <QFile>
+
+#include <cstdio>
+
+namespace {
+
+bool write(const QString &directory, const QString &name, const QByteArray &bytes)
+{
+    if (!QDir().mkpath(directory))
+        return false;
+    QFile file(QDir(directory).filePath(name));
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+QByteArray toBytes(const std::vector<uint8_t> &bytes)
+{
+    return QByteArray(reinterpret_cast<const char *>(bytes.data()), int(bytes.size()));
+}
+
+std::vector<uint8_t> toVector(const QByteArray &bytes)
+{
+    return std::vector<uint8_t>(bytes.begin(), bytes.end());
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: fuzz-seeds DIRECTORY\n");
+        return 2;
+    }
+    const QDir out(QString::fromLocal8Bit(argv[1]));
+    bool ok = true;
+    const auto descriptorSeed = [&](const QString &name, const std::vector<uint8_t> &descriptor,
+                                    const std::vector<std::vector<uint8_t>> &reports, uint8_t codeChoice) {
+        const QByteArray bytes = toBytes(fuzz::layout(descriptor, reports));
+        ok = write(out.filePath(QStringLiteral("descriptor_parser")), name, bytes) && ok;
+        ok = write(out.filePath(QStringLiteral("report_parser")), name, bytes) && ok;
+        ok = write(out.filePath(QStringLiteral("headset_decoder")), name, char(codeChoice) + bytes) && ok;
+    };
+
+    for (const hid::virt::Model &model : hid::virt::models()) {
+        int interface = 0;
+        for (const hid::virt::DeviceDescription &description : model.interfaces) {
+            std::vector<std::vector<uint8_t>> reports;
+            for (const hid::virt::Button &button : description.buttons) {
+                reports.push_back(button.press);
+                reports.push_back(button.release);
+            }
+            const uint8_t vendorPages = description.usagePage >= 0xFF00 ? 1 : 0;
+            descriptorSeed(QStringLiteral("%1-%2").arg(QString::fromStdString(model.name)).arg(interface++), description.descriptor,
+                           reports, vendorPages);
+        }
+    }
+    descriptorSeed(QStringLiteral("telephony-headset"), toVector(descriptors::telephonyHeadset()), {{0x01}, {0x02}, {0x00}}, 0);
+    descriptorSeed(QStringLiteral("telephony-headset-ids"), toVector(descriptors::telephonyHeadsetWithReportIds()),
+                   {{0x01, 0x01}, {0x01, 0x00}, {0x02, 0x00}}, 0);
+
+    QFile table(QStringLiteral(BUILT_IN_DICTIONARY));
+    if (!table.open(QIODevice::ReadOnly))
+        return 1;
+    ok = write(out.filePath(QStringLiteral("dictionary")), QStringLiteral("built-in"), table.readAll()) && ok;
+    ok = write(out.filePath(QStringLiteral("dictionary")), QStringLiteral("small"),
+               R"({"configurations":{"C":{"devUsagePage":"0xFF00","cmdRing":[["RING","0x2A"],[]],"clickTypeOnEmptyCode":"2",)"
+               R"("longDelay":true}},"devices":[{"name":"n","vid":"0x1209","pid":"1","configuration":"C"},{"vid":"4617"}]})")
+        && ok;
+
+    const char *const names[] = {"Headset Microphone (2- Office Headset 20)", "Speakers (Office Headset 20)",
+                                 "Wave mapper", "(3-)", "Office Headset 20", "Mic (USB Audio (Desk Headset 310))"};
+    int index = 0;
+    for (const char *name : names)
+        ok = write(out.filePath(QStringLiteral("parent_name")), QString::number(index++), QByteArray(name)) && ok;
+    return ok ? 0 : 1;
+}
