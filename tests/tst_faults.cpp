@@ -34,6 +34,31 @@ bool bind(BindingEvents &events, const QString &audioDevice = AudioDevice)
     return events.since(before).contains(QStringLiteral("state:Initial"));
 }
 
+// The standard telephony headset, plugged in with one fault.
+VirtualDevice headsetWith(bool hid::virt::Faults::*fault)
+{
+    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
+    hid::virt::Faults faults;
+    faults.*fault = true;
+    headset.setFaults(faults);
+    return headset;
+}
+
+// Clears the headset's faults and binds it anew (the application reports another audio device
+// and back, since the same one again changes nothing); true when a press then arrives.
+bool worksOnceTheFaultEnds(VirtualDevice &headset, BindingEvents &events)
+{
+    headset.setFaults({});
+    manager().onActiveAudioDeviceChanged(QString());
+    if (!bind(events))
+        return false;
+    headset.press("answer");
+    QDeadlineTimer deadline(5000);
+    while (!events.entries().contains(QStringLiteral("click")) && !deadline.hasExpired())
+        QTest::qWait(5);
+    return events.entries().contains(QStringLiteral("click"));
+}
+
 // The call states of a whole call, each a slot of the manager.
 const QList<void (HidDeviceManager::*)()> WholeCall = {&HidDeviceManager::onCallIncome,   &HidDeviceManager::onCallUnmuted,
                                                        &HidDeviceManager::onCallMuted,    &HidDeviceManager::onCallUnmuted,
@@ -100,10 +125,7 @@ void TestFaults::cleanup()
 
 void TestFaults::openFailsThenSucceeds()
 {
-    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
-    hid::virt::Faults faults;
-    faults.openFails = true;
-    headset.setFaults(faults);
+    VirtualDevice headset = headsetWith(&hid::virt::Faults::openFails);
     BindingEvents events;
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(AudioDevice);
@@ -111,20 +133,12 @@ void TestFaults::openFailsThenSucceeds()
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "hide"}));
     QCOMPARE(headset.openHandles(), 0);
 
-    // The same audio device again changes nothing; the application reports another and back.
-    headset.setFaults({});
-    manager().onActiveAudioDeviceChanged(QString());
-    QVERIFY(bind(events));
-    headset.press("answer");
-    QTRY_VERIFY(events.entries().contains(QStringLiteral("click")));
+    QVERIFY(worksOnceTheFaultEnds(headset, events));
 }
 
 void TestFaults::unreadableDescriptorDecodesNothing()
 {
-    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
-    hid::virt::Faults faults;
-    faults.descriptorUnreadable = true;
-    headset.setFaults(faults);
+    VirtualDevice headset = headsetWith(&hid::virt::Faults::descriptorUnreadable);
     BindingEvents events;
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(AudioDevice);
@@ -139,12 +153,7 @@ void TestFaults::unreadableDescriptorDecodesNothing()
     QVERIFY(!events.entries().contains(QStringLiteral("mute")));
     QVERIFY(writtenHex(headset).isEmpty());
 
-    // Once the descriptor reads again, a new binding works.
-    headset.setFaults({});
-    manager().onActiveAudioDeviceChanged(QString());
-    QVERIFY(bind(events));
-    headset.press("answer");
-    QTRY_VERIFY(events.entries().contains(QStringLiteral("click")));
+    QVERIFY(worksOnceTheFaultEnds(headset, events));
 }
 
 void TestFaults::failingWritesLoseNoLaterState()
