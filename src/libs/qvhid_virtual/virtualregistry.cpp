@@ -399,7 +399,8 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
             const Bytes report = std::move(handle->queue.front().bytes);
             handle->queue.pop_front();
             const std::size_t count = std::min(length, report.size());
-            std::memcpy(data, report.data(), count);
+            if (count > 0) // an empty report has no storage to copy from
+                std::memcpy(data, report.data(), count);
             return static_cast<int>(count);
         }
         if (milliseconds == 0 || now >= deadline)
