@@ -1,6 +1,7 @@
 #include "callcontrol.h"
 
 #include "dictionary.h"
+#include "elements.h"
 #include "lamps.h"
 
 #include <hidapi_parser.h>
@@ -17,15 +18,6 @@ namespace {
 constexpr unsigned short TelephonyPage = 0x0B;
 constexpr unsigned short HeadsetUsage = 0x05;
 constexpr unsigned short LedPage = 0x08;
-
-template<typename Visit>
-void forEachElement(const hid_collection *collection, Visit visit)
-{
-    for (const hid_element *element = collection->first_element; element; element = element->next)
-        visit(*element);
-    for (const hid_collection *child = collection->first_child; child; child = child->next_sibling)
-        forEachElement(child, visit);
-}
 
 // The page of the first element whose page is `preferred`, else of the first element at all.
 unsigned short pageOf(const std::vector<unsigned short> &pages, unsigned short preferred)
@@ -64,21 +56,20 @@ CallControl findCallControl(const hid_descriptor *descriptor)
     control.collectionUsage = chosen->usage;
     std::vector<unsigned short> inputPages;
     std::vector<unsigned short> outputPages;
+    std::vector<unsigned short> lampUsages;
     forEachElement(chosen, [&](const hid_element &element) {
-        if (element.direction == HID_ELEMENT_INPUT)
+        if (element.direction == HID_ELEMENT_INPUT) {
             inputPages.push_back(element.usage_page);
-        else if (element.direction == HID_ELEMENT_OUTPUT)
+        } else if (element.direction == HID_ELEMENT_OUTPUT) {
             outputPages.push_back(element.usage_page);
+            if (element.usage_page == LedPage)
+                lampUsages.push_back(element.usage);
+        }
     });
     control.hasInputs = !inputPages.empty();
     control.hasOutputs = !outputPages.empty();
     control.inputPage = pageOf(inputPages, TelephonyPage);
     control.outputPage = pageOf(outputPages, LedPage);
-    std::vector<unsigned short> lampUsages;
-    forEachElement(chosen, [&](const hid_element &element) {
-        if (element.direction == HID_ELEMENT_OUTPUT && element.usage_page == LedPage)
-            lampUsages.push_back(element.usage);
-    });
     control.lamps = Lamps::names(lampUsages);
     return control;
 }

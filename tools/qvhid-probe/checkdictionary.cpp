@@ -99,11 +99,8 @@ int runCheckDictionary(const QStringList &arguments)
     }
     const QString file = parser.positionalArguments().value(0);
     QString text;
-    QString error;
-    if (!readDictionary(file, text, error)) {
-        err() << "qvhid-probe check-dictionary: " << error << "\n";
+    if (!loadDictionary(QStringLiteral("check-dictionary"), file, text))
         return UsageError;
-    }
 
     QList<Finding> findings = checkDictionary(text);
     std::stable_sort(findings.begin(), findings.end(), [](const Finding &a, const Finding &b) { return a.line < b.line; });

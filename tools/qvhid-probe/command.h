@@ -26,6 +26,13 @@ QTextStream &err();
 // Shows the help and exits 0 on --help; prints the error and returns false on a usage error.
 bool parseArguments(QCommandLineParser &parser, const QStringList &arguments);
 
+// The --dictionary FILE option of the commands that read a headset dictionary.
+QCommandLineOption dictionaryOption();
+
+// The text of the dictionary in `file` (the built-in one when empty); false, after telling the
+// user of `command`, when it cannot be read.
+bool loadDictionary(const QString &command, const QString &file, QString &text);
+
 // The ready virtual headset `name`; null, after telling the user of `command`, when there is none.
 const hid::virt::Model *findVirtualModel(const QString &command, const QString &name);
 

@@ -1,5 +1,7 @@
 #include "lamps.h"
 
+#include "elements.h"
+
 #include <hidapi_parser.h>
 
 #include <cstdlib>
@@ -16,15 +18,6 @@ const std::vector<std::pair<unsigned short, const char *>> LampNames = {
 bool bitAt(const unsigned char *data, std::size_t size, unsigned int bit)
 {
     return bit / 8 < size && (data[bit / 8] >> (bit % 8)) & 1;
-}
-
-template<typename Visit>
-void forEachElement(const hid_collection *collection, Visit visit)
-{
-    for (const hid_element *element = collection->first_element; element; element = element->next)
-        visit(*element);
-    for (const hid_collection *child = collection->first_child; child; child = child->next_sibling)
-        forEachElement(child, visit);
 }
 
 } // namespace

@@ -235,14 +235,12 @@ int runList(const QStringList &arguments)
                        "library binds; whether the current user may open it (and the udev rule that is missing\n"
                        "when not); and for a headset that the dictionary does not list, the dictionary entry that\n"
                        "would bind it. Exits 0 when nothing needs attention, 1 otherwise."));
-    const QCommandLineOption dictionaryOption(QStringLiteral("dictionary"),
-                                              QStringLiteral("The headset dictionary (default: the built-in one)."),
-                                              QStringLiteral("FILE"));
+    const QCommandLineOption dictionary = dictionaryOption();
     const QCommandLineOption virtualOption(QStringLiteral("virtual"),
                                            QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
                                                           "--list-models'); may be given more than once."),
                                            QStringLiteral("MODEL"));
-    parser.addOption(dictionaryOption);
+    parser.addOption(dictionary);
     parser.addOption(virtualOption);
     if (!parseArguments(parser, arguments))
         return UsageError;
@@ -252,11 +250,8 @@ int runList(const QStringList &arguments)
     }
 
     QString text;
-    QString error;
-    if (!readDictionary(parser.value(dictionaryOption), text, error)) {
-        err() << "qvhid-probe list: " << error << "\n";
+    if (!loadDictionary(QStringLiteral("list"), parser.value(dictionary), text))
         return UsageError;
-    }
     std::vector<hid::virt::VirtualDevice> virtualDevices;
     for (const QString &name : parser.values(virtualOption)) {
         const hid::virt::Model *model = findVirtualModel(QStringLiteral("list"), name);

@@ -2,6 +2,7 @@
 // this machine, and checks headset dictionaries and access rules.
 
 #include "command.h"
+#include "dictionary.h"
 
 #include <virtualmodels.h>
 
@@ -45,6 +46,21 @@ bool parseArguments(QCommandLineParser &parser, const QStringList &arguments)
         std::exit(Success);
     }
     return true;
+}
+
+QCommandLineOption dictionaryOption()
+{
+    return QCommandLineOption(QStringLiteral("dictionary"), QStringLiteral("The headset dictionary (default: the built-in one)."),
+                              QStringLiteral("FILE"));
+}
+
+bool loadDictionary(const QString &command, const QString &file, QString &text)
+{
+    QString error;
+    if (readDictionary(file, text, error))
+        return true;
+    err() << "qvhid-probe " << command << ": " << error << "\n";
+    return false;
 }
 
 const hid::virt::Model *findVirtualModel(const QString &command, const QString &name)

@@ -19,19 +19,14 @@ int runUdevRules(const QStringList &arguments)
                        "(TAG+=\"uaccess\") access to the hidraw nodes of every headset in the dictionary.\n"
                        "Install it as /etc/udev/rules.d/70-qvhid-headsets.rules (it must sort before\n"
                        "73-seat-late.rules), then run: udevadm control --reload && udevadm trigger"));
-    const QCommandLineOption dictionaryOption(QStringLiteral("dictionary"),
-                                              QStringLiteral("The headset dictionary (default: the built-in one)."),
-                                              QStringLiteral("FILE"));
-    parser.addOption(dictionaryOption);
+    const QCommandLineOption dictionary = dictionaryOption();
+    parser.addOption(dictionary);
     if (!parseArguments(parser, arguments))
         return UsageError;
 
     QString text;
-    QString error;
-    if (!readDictionary(parser.value(dictionaryOption), text, error)) {
-        err() << "qvhid-probe udev-rules: " << error << "\n";
+    if (!loadDictionary(QStringLiteral("udev-rules"), parser.value(dictionary), text))
         return UsageError;
-    }
     std::set<std::pair<unsigned short, unsigned short>> ids;
     for (const DictionaryRow &row : dictionaryRows(text)) {
         if (row.vid != 0)

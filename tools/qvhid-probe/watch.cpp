@@ -2,7 +2,6 @@
 // the application hears from it, while call states typed on standard input go to the headset.
 
 #include "command.h"
-#include "dictionary.h"
 
 #include <hiddevicemanager.h>
 #include <logger.h>
@@ -229,15 +228,13 @@ int runWatch(const QStringList &arguments)
     parser.addPositionalArgument(QStringLiteral("AUDIO-DEVICE"),
                                  QStringLiteral("The audio device's name, as the sound system shows it, for example\n"
                                                 "\"Headset Microphone (2- Office Headset 20)\"."));
-    const QCommandLineOption dictionaryOption(QStringLiteral("dictionary"),
-                                              QStringLiteral("The headset dictionary (default: the built-in one)."),
-                                              QStringLiteral("FILE"));
+    const QCommandLineOption dictionary = dictionaryOption();
     const QCommandLineOption verboseOption(QStringLiteral("verbose"), QStringLiteral("Show the library's log lines."));
     const QCommandLineOption virtualOption(QStringLiteral("virtual"),
                                            QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
                                                           "--list-models')."),
                                            QStringLiteral("MODEL"));
-    parser.addOption(dictionaryOption);
+    parser.addOption(dictionary);
     parser.addOption(verboseOption);
     parser.addOption(virtualOption);
     if (!parseArguments(parser, arguments))
@@ -257,13 +254,10 @@ int runWatch(const QStringList &arguments)
     static common::logger::QtLogger qtLogger; // reader threads may still log while the probe ends
     if (parser.isSet(verboseOption))
         common::logger::SetLogger(&qtLogger);
-    if (parser.isSet(dictionaryOption)) {
+    if (parser.isSet(dictionary)) {
         QString text;
-        QString error;
-        if (!readDictionary(parser.value(dictionaryOption), text, error)) {
-            err() << "qvhid-probe watch: " << error << "\n";
+        if (!loadDictionary(QStringLiteral("watch"), parser.value(dictionary), text))
             return UsageError;
-        }
         HidDeviceManager::Instance().InitHidDevices(text);
     }
     int result = Failure;
