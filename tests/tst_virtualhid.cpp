@@ -286,6 +286,12 @@ void TestVirtualHid::readsCutReportsLongerThanTheBuffer()
     VirtualDevice(device).inject({0x01, 0x01, 0x02});
     QCOMPARE(readReport(handle, 0, 2), QByteArray("0101"));
     QCOMPARE(readReport(handle, 0), QByteArray("timeout")); // the rest is gone
+
+    // An empty report reads as nothing, and the next one as itself.
+    VirtualDevice(device).inject({});
+    VirtualDevice(device).inject({0x01, 0x01, 0x00});
+    QCOMPARE(readReport(handle, 0), QByteArray("timeout"));
+    QCOMPARE(readReport(handle, 0), QByteArray("010100"));
     hid_close(handle);
 }
 
