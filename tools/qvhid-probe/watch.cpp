@@ -44,6 +44,7 @@ public:
     {
         HidDeviceManager &manager = HidDeviceManager::Instance();
         QObject::connect(&manager, &HidDeviceManager::deviceShow, &m_context, [this](const QString &name) {
+            m_shown = true;
             print(QStringLiteral("device shown"), QStringLiteral("\"%1\"").arg(name));
         });
         QObject::connect(&manager, &HidDeviceManager::deviceHide, &m_context,
@@ -89,10 +90,7 @@ private:
         print(QStringLiteral("audio device"),
               audioDevice.isEmpty() ? QStringLiteral("(none)") : QStringLiteral("\"%1\"").arg(audioDevice));
         m_shown = false;
-        const QMetaObject::Connection shown = QObject::connect(&HidDeviceManager::Instance(), &HidDeviceManager::deviceShow,
-                                                               &m_context, [this] { m_shown = true; });
-        HidDeviceManager::Instance().onActiveAudioDeviceChanged(audioDevice);
-        QObject::disconnect(shown);
+        HidDeviceManager::Instance().onActiveAudioDeviceChanged(audioDevice); // shows the device at once, if at all
         if (m_shown) {
             // Hold the commands back until the headset's reader runs.
             m_settling = true;
