@@ -136,6 +136,8 @@ void TestProbeWatch::rebindsAndUnbindsOnDevice()
     watch.send("device Speakers (Office Headset 20)");
     QCOMPARE(watch.waitFor(QStringLiteral("device shown")), QStringLiteral("device shown \"Office Headset 20\""));
     QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Initial"));
+    watch.send("device Speakers (Office Headset 20)");
+    QCOMPARE(watch.waitFor(QStringLiteral("note")), QStringLiteral("note already the audio device in use; nothing changes"));
     watch.send("device Speakers (Nobody's Headset)");
     QCOMPARE(watch.waitFor(QStringLiteral("note")),
              QStringLiteral("note no headset bound; 'qvhid-probe list' shows the HID interfaces and why"));

@@ -89,6 +89,13 @@ private:
     {
         print(QStringLiteral("audio device"),
               audioDevice.isEmpty() ? QStringLiteral("(none)") : QStringLiteral("\"%1\"").arg(audioDevice));
+        // The library ignores a report of the audio device in use.
+        if (m_reported && audioDevice == m_audioDevice) {
+            print(QStringLiteral("note"), QStringLiteral("already the audio device in use; nothing changes"));
+            return;
+        }
+        m_reported = true;
+        m_audioDevice = audioDevice;
         m_shown = false;
         HidDeviceManager::Instance().onActiveAudioDeviceChanged(audioDevice); // shows the device at once, if at all
         if (m_shown) {
@@ -210,6 +217,8 @@ private:
     QStringList m_pending;
     bool m_settling = false;
     bool m_shown = false;
+    bool m_reported = false; // an audio device was reported
+    QString m_audioDevice;
     bool m_echo = false;
 };
 
