@@ -89,12 +89,15 @@ void decodeArray(const hid_field &field, const unsigned char *payload,
 {
     std::vector<bool> present(field.num_elements, false);
     for (unsigned int slot = 0; slot < field.report_count; ++slot) {
-        const std::int64_t index =
-            readValue(field, payload, field.bit_offset + slot * field.bit_size) - field.logical_minimum;
+        const std::int64_t value = readValue(field, payload, field.bit_offset + slot * field.bit_size);
+        if (value < field.logical_minimum)
+            continue;
+        // The distance from the minimum, in unsigned arithmetic: a 64-bit value far from a
+        // negative minimum does not fit a signed difference.
+        const std::uint64_t index = static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(field.logical_minimum);
         // Usage 0 is Undefined on every page: a slot that selects it selects nothing, as
         // the empty slots of keyboard and consumer arrays (Usage Minimum 0) do.
-        if (index >= 0 && index < static_cast<std::int64_t>(field.num_elements)
-            && field.first_element[index].usage != 0)
+        if (index < field.num_elements && field.first_element[index].usage != 0)
             present[static_cast<std::size_t>(index)] = true;
     }
     for (unsigned int e = 0; e < field.num_elements; ++e) {
