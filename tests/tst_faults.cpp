@@ -3,6 +3,7 @@
 // reported while the headset is present reaches it in order (its write log shows it).
 
 #include "bindingevents.h"
+#include "capturinglogger.h"
 #include "virtualheadsets.h"
 
 #include <hiddevice.h>
@@ -10,6 +11,9 @@
 
 #include <QElapsedTimer>
 #include <QtTest>
+
+#include <memory>
+#include <thread>
 
 using hid::virt::VirtualDevice;
 using qv::hid::HidDeviceManager;
@@ -59,6 +63,27 @@ bool worksOnceTheFaultEnds(VirtualDevice &headset, BindingEvents &events)
     return events.entries().contains(QStringLiteral("click"));
 }
 
+constexpr int Error = 3;
+constexpr int Debug = 7;
+const QString ReaderFile = QStringLiteral("src/libs/qvhid/src/hidreaderbase");
+
+// True when `log` holds a line with exactly these fields.
+bool logged(const CapturingLogger &log, int level, const QString &file, const char *function, const QString &text)
+{
+    for (const CapturedLine &line : log.lines())
+        if (line.level == level && line.file == file && line.function == QLatin1String(function) && line.text == text)
+            return true;
+    return false;
+}
+
+// The texts logged after the first line with text `after`; empty when there is none.
+QStringList loggedAfter(const CapturingLogger &log, const QString &after)
+{
+    const QStringList texts = log.texts();
+    const int at = texts.indexOf(after);
+    return at < 0 ? QStringList() : texts.mid(at + 1);
+}
+
 // The call states of a whole call, each a slot of the manager.
 const QList<void (HidDeviceManager::*)()> WholeCall = {&HidDeviceManager::onCallIncome,   &HidDeviceManager::onCallUnmuted,
                                                        &HidDeviceManager::onCallMuted,    &HidDeviceManager::onCallUnmuted,
@@ -104,15 +129,22 @@ private slots:
     void unreadableDescriptorDecodesNothing();
     void failingWritesLoseNoLaterState();
     void unplugDuringABurstAndReplugUnderANewPath();
+    void unplugDuringAWriteAndReplugUnderTheSamePath();
+    void unplugDuringAReadBack();
+    void unplugDuringADrain();
     void floodThenQuietLosesNoCallState();
     void unknownReportIdsAndShortReportsAreIgnored();
     void headsetWithoutTelephonyCollection();
     void hugeNestedAndMistypedDictionaries();
     void hugeAndOddAudioDeviceNames();
+
+private:
+    std::unique_ptr<CapturingLogger> m_log;
 };
 
 void TestFaults::init()
 {
+    m_log = std::make_unique<CapturingLogger>();
     hid::virt::removeAllDevices();
     manager().InitHidDevices(QString()); // invalid: the next lookup loads the built-in table
 }
@@ -121,6 +153,7 @@ void TestFaults::cleanup()
 {
     manager().onActiveAudioDeviceChanged(QString());
     hid::virt::removeAllDevices();
+    m_log.reset();
 }
 
 void TestFaults::openFailsThenSucceeds()
@@ -132,6 +165,9 @@ void TestFaults::openFailsThenSucceeds()
     // Shown, then withdrawn once the reader finds it cannot open the headset.
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "hide"}));
     QCOMPARE(headset.openHandles(), 0);
+    QVERIFY(logged(*m_log, Error, ReaderFile, "start",
+                   QStringLiteral("HID READER Failed to open device ") + QString::fromStdString(headset.path())));
+    QVERIFY(!m_log->texts().contains(QStringLiteral("HID READER read cycle started")));
 
     QVERIFY(worksOnceTheFaultEnds(headset, events));
 }
@@ -152,6 +188,13 @@ void TestFaults::unreadableDescriptorDecodesNothing()
     QVERIFY(!events.entries().contains(QStringLiteral("click")));
     QVERIFY(!events.entries().contains(QStringLiteral("mute")));
     QVERIFY(writtenHex(headset).isEmpty());
+    // Without a descriptor no command can be built; the presses are read and mean nothing.
+    QVERIFY(logged(*m_log, Error, ReaderFile, "writeCommand", QStringLiteral("HID READER onInit: command build failed")));
+    QVERIFY(logged(*m_log, Error, ReaderFile, "writeCommand",
+                   QStringLiteral("HID READER onCallIncome: command build failed")));
+    QVERIFY(logged(*m_log, Debug, ReaderFile, "onHIDDataRead",
+                   QStringLiteral("HID READER first click type is -1 [01 01 00 ] : 3")));
+    QVERIFY(logged(*m_log, Debug, ReaderFile, "onHIDDataRead", QStringLiteral("HID READER no signal to emit")));
 
     QVERIFY(worksOnceTheFaultEnds(headset, events));
 }
@@ -169,6 +212,8 @@ void TestFaults::failingWritesLoseNoLaterState()
     headset.setFaults(faults);
     manager().onCallIncome();
     QTRY_VERIFY(events.entries().contains(QStringLiteral("state:Incoming call")));
+    QVERIFY(logged(*m_log, Debug, ReaderFile, "writeBinaryData",
+                   QStringLiteral("HID READER onCallIncome WRITED: [02 22 ]  result is -1")));
     headset.setFaults({});
     headset.clearWrittenReports();
     const int before = events.size();
@@ -194,6 +239,10 @@ void TestFaults::unplugDuringABurstAndReplugUnderANewPath()
     QTRY_VERIFY(events.entries().contains(QStringLiteral("state:Incoming call")));
     manager().onCallEnd();
     QTRY_COMPARE(events.entries().count(QStringLiteral("state:Initial")), 2);
+    // A read that fails is not logged; the failed writes are, with their result.
+    const QStringList afterUnplug = loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [02 22 ]  result is -1"));
+    QVERIFY(afterUnplug.contains(QStringLiteral("HID READER onCallEnd WRITED: [02 00 ]  result is -1")));
+    QVERIFY(!afterUnplug.contains(QStringLiteral("HID READER event readed")));
 
     headset.replug("virtual-hid/replugged");
     manager().onActiveAudioDeviceChanged(QString());
@@ -210,6 +259,104 @@ void TestFaults::unplugDuringABurstAndReplugUnderANewPath()
     QTRY_COMPARE(events.since(rebound), (QStringList{"state:Incoming call", "mute"}));
 }
 
+void TestFaults::unplugDuringAWriteAndReplugUnderTheSamePath()
+{
+    // This headset's ring is two output reports: the plug is pulled as the first arrives.
+    const QStringList reference = wholeCallReports("vendor-page-headset");
+    QVERIFY(!reference.isEmpty());
+    VirtualDevice headset = VirtualDevice::add(modelDescription("vendor-page-headset"));
+    const QString audioDevice = QStringLiteral("Headset Earphone (3- Link Adapter 360)");
+    BindingEvents events;
+    events.watch(&manager());
+    QVERIFY(bind(events, audioDevice));
+    m_log->clear();
+    headset.clearWrittenReports();
+    headset.setResponder([headset](const hid::virt::Bytes &) mutable {
+        headset.unplug();
+        return std::vector<hid::virt::Bytes>();
+    });
+    manager().onCallIncome();
+    QTRY_VERIFY(events.entries().contains(QStringLiteral("state:Incoming call")));
+    QCOMPARE(writtenHex(headset), reference.mid(0, 1));
+    // The first report went out; the second met the pulled plug, and the state was still entered.
+    QCOMPARE(loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [05 02 ]  result is 2")).mid(0, 2),
+             (QStringList{"HID READER onCallIncome WRITED: [05 22 ]  result is -1",
+                          "State: Incoming call headset state entered"}));
+    manager().onCallEnd();
+    QTRY_COMPARE(events.entries().count(QStringLiteral("state:Initial")), 2);
+
+    headset.setResponder({});
+    headset.replug();
+    manager().onActiveAudioDeviceChanged(QString());
+    QVERIFY(bind(events, audioDevice));
+    headset.clearWrittenReports();
+    const int rebound = events.size();
+    for (auto slot : WholeCall)
+        (manager().*slot)();
+    QTRY_COMPARE(events.since(rebound), WholeCallStates);
+    QTRY_COMPARE(writtenHex(headset), reference);
+}
+
+void TestFaults::unplugDuringAReadBack()
+{
+    // The headset answers a write with a report every 5 ms for a second; the plug is pulled
+    // while the reader is reading them back.
+    VirtualDevice headset = VirtualDevice::add(modelDescription("echoing-headset"));
+    const QString audioDevice = QStringLiteral("Microphone (Desk Headset 310)");
+    BindingEvents events;
+    events.watch(&manager());
+    QVERIFY(bind(events, audioDevice));
+    headset.setResponder([headset](const hid::virt::Bytes &) mutable {
+        for (int i = 0; i < 200; ++i)
+            headset.inject({0x00, 0x00}, std::chrono::milliseconds(5 * i));
+        return std::vector<hid::virt::Bytes>();
+    });
+    headset.clearWrittenReports();
+    manager().onCallIncome();
+    QTRY_COMPARE(writtenHex(headset).size(), 1);
+    QTest::qWait(100);
+    headset.unplug();
+    QTRY_VERIFY(events.entries().contains(QStringLiteral("state:Incoming call")));
+    // The answers read before the plug was pulled were logged and discarded; the read-back
+    // ended at the failed read, and the state was entered.
+    const QStringList afterWrite = loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [00 22 ]  result is 2"));
+    const int answersRead = afterWrite.indexOf(QStringLiteral("State: Incoming call headset state entered"));
+    QVERIFY2(answersRead > 0 && answersRead < 200, qPrintable(QString::number(answersRead)));
+    QCOMPARE(afterWrite.mid(0, answersRead).count(QStringLiteral("HID READER onCallIncome READED: [00 00 ]")), answersRead);
+    QVERIFY(!afterWrite.contains(QStringLiteral("HID READER event readed")));
+    QVERIFY(events.entries().endsWith(QStringLiteral("state:Incoming call")));
+    manager().onCallEnd();
+    QTRY_COMPARE(events.entries().count(QStringLiteral("state:Initial")), 2);
+    QVERIFY(m_log->texts().contains(QStringLiteral("HID READER onCallEnd WRITED: [00 00 ]  result is -1")));
+}
+
+void TestFaults::unplugDuringADrain()
+{
+    // A model that drains what the headset sends for 700 ms after each gesture.
+    manager().InitHidDevices(QStringLiteral(R"({"configurations": {"Slow": {"longDelay": true}},
+        "devices": [{"vid": "0x0B0E", "pid": "0x030D", "configuration": "Slow"}]})"));
+    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
+    BindingEvents events;
+    events.watch(&manager());
+    QVERIFY(bind(events));
+    QTest::qWait(800);
+    const int before = events.size();
+    headset.press("mute");
+    QTRY_COMPARE(events.since(before), QStringList{"mute"});
+    QTest::qWait(100);
+    QElapsedTimer sinceUnplug;
+    sinceUnplug.start();
+    headset.unplug();
+    manager().onCallIncome();
+    QTRY_COMPARE(events.since(before), (QStringList{"mute", "state:Incoming call"}));
+    // The drain ended at the failed read, not 700 ms after the gesture; so did the one after
+    // the failed write.
+    QVERIFY2(sinceUnplug.elapsed() < 1000, qPrintable(QString::number(sinceUnplug.elapsed())));
+    QCOMPARE(loggedAfter(*m_log, QStringLiteral("HID READER Mute emitted ")),
+             (QStringList{"HID READER long delay READ ended", "HID READER onCallIncome WRITED: [02 22 ]  result is -1",
+                          "HID READER long delay READ ended", "State: Incoming call headset state entered"}));
+}
+
 void TestFaults::floodThenQuietLosesNoCallState()
 {
     const QStringList reference = wholeCallReports("telephony-headset");
@@ -222,9 +369,15 @@ void TestFaults::floodThenQuietLosesNoCallState()
     const int before = events.size();
     // 100 reports a second for 10 seconds that mean nothing (Hook Switch off, again and again),
     // while a whole call is reported.
-    const hid::virt::Bytes idle = headset.description().buttons.front().release;
-    for (int i = 0; i < 1000; ++i)
-        headset.inject(idle, std::chrono::milliseconds(10 * i));
+    // The reports are sent as they come due: queued ahead, all but the first 64 would be lost,
+    // as a hidraw queue loses them.
+    std::thread flood([headset]() mutable {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < 1000; ++i) {
+            std::this_thread::sleep_until(start + std::chrono::milliseconds(10 * i));
+            headset.inject({0x01, 0x00, 0x00});
+        }
+    });
     for (int i = 0; i < WholeCall.size(); ++i) {
         QTest::qWait(1000);
         (manager().*WholeCall[i])();
@@ -233,7 +386,19 @@ void TestFaults::floodThenQuietLosesNoCallState()
     QTRY_COMPARE(writtenHex(headset), reference);
 
     // Once the flood ends, a press arrives in its usual time.
-    QTest::qWait(3500);
+    flood.join();
+    QTest::qWait(500);
+    // Every flood report was read once, as the first or a later report of a burst or as an
+    // answer read back after a write, and none made a gesture.
+    const QStringList texts = m_log->texts();
+    const auto countEnding = [&texts](const QString &suffix) {
+        return int(std::count_if(texts.cbegin(), texts.cend(), [&suffix](const QString &text) { return text.endsWith(suffix); }));
+    };
+    QCOMPARE(texts.count(QStringLiteral("HID READER first click type is -1 [01 00 00 ] : 3"))
+                 + texts.count(QStringLiteral("HID READER next click type is -1 [01 00 00 ] : 3"))
+                 + countEnding(QStringLiteral(" READED: [01 00 00 ]")),
+             1000);
+    QCOMPARE(countEnding(QStringLiteral(" emitted")) + countEnding(QStringLiteral(" emitted ")), 0);
     const int pressed = events.size();
     QElapsedTimer clock;
     clock.start();
@@ -255,6 +420,17 @@ void TestFaults::unknownReportIdsAndShortReportsAreIgnored()
     headset.inject(hid::virt::Bytes(300, 0xFF)); // longer than any report
     QTest::qWait(400);
     QCOMPARE(events.since(before), QStringList());
+    // Each report with content was read (the long one cut at the reader's 256 bytes) and found
+    // to mean nothing; the empty one reads as nothing at all.
+    const QStringList texts = m_log->texts();
+    const auto readAsNothing = [&texts](const QString &report) {
+        return texts.contains(QStringLiteral("HID READER first click type is -1 ") + report)
+               || texts.contains(QStringLiteral("HID READER next click type is -1 ") + report);
+    };
+    QVERIFY(readAsNothing(QStringLiteral("[07 ff ] : 2")));
+    QVERIFY(readAsNothing(QStringLiteral("[01 ] : 1")));
+    QVERIFY(readAsNothing(QLatin1Char('[') + QStringLiteral("ff ").repeated(256) + QStringLiteral("] : 256")));
+    QVERIFY(logged(*m_log, Debug, ReaderFile, "onHIDDataRead", QStringLiteral("HID READER no signal to emit")));
     headset.press("mute");
     QTRY_COMPARE(events.since(before), QStringList{"mute"});
 }
@@ -271,6 +447,11 @@ void TestFaults::headsetWithoutTelephonyCollection()
     QTRY_COMPARE(events.entries().count(QStringLiteral("state:Initial")), 2);
     QTest::qWait(200);
     QVERIFY(writtenHex(interfaces[0]).isEmpty());
+    // Every call state is entered; each command fails to build on an interface without lamps.
+    for (const char *command : {"onInit", "onCallIncome", "onCallUnmuted", "onCallMuted", "onCallHold", "onCallEnd"})
+        QVERIFY2(logged(*m_log, Error, ReaderFile, "writeCommand",
+                        QStringLiteral("HID READER %1: command build failed").arg(QLatin1String(command))),
+                 command);
     manager().onActiveAudioDeviceChanged(QString());
     QTRY_VERIFY(events.entries().endsWith(QStringLiteral("hide")));
 }
@@ -284,8 +465,18 @@ void TestFaults::hugeNestedAndMistypedDictionaries()
     const QString deep = QStringLiteral("[").repeated(100000) + QStringLiteral("]").repeated(100000);
     const QString mistyped = QStringLiteral(R"({"configurations": [1, 2], "devices": {"vid": 4617},
                                                 "x": [{"configurations": {"C": {"cmdRing": {"a": [[[]]]}}}}]})");
-    for (const QString &text : {huge, deep, mistyped, QString(QChar(0)), QStringLiteral("\"\\ud800\"")}) {
+    // Each text, and whether it is JSON that the loader reads (the others are logged whole).
+    const QList<QPair<QString, bool>> texts = {{huge, true},
+                                               {deep, false},
+                                               {mistyped, true},
+                                               {QString(QChar(0)), false},
+                                               {QStringLiteral("\"\\ud800\""), false}};
+    for (const auto &[text, parses] : texts) {
+        m_log->clear();
         manager().InitHidDevices(text);
+        QCOMPARE(logged(*m_log, Error, QStringLiteral("src/libs/qvhid/src/hiddeviceinfo"), "init",
+                        QStringLiteral("HID HidDeviceDict failed to parse configuration: \n") + text),
+                 !parses);
         bool isExplicit = true;
         const hid::HidCode code = hid::HidDeviceDict::getHidCode(0x0B0E, 0xA346, isExplicit);
         QVERIFY(code.devUsagePage == 0xFF00 || code.devUsagePage == 0x0B);
@@ -321,6 +512,10 @@ void TestFaults::hugeAndOddAudioDeviceNames()
     for (const QString &name : names)
         manager().onActiveAudioDeviceChanged(name);
     QVERIFY2(clock.elapsed() < 30000, qPrintable(QString::number(clock.elapsed())));
+    // Each name is logged whole.
+    for (const QString &name : names)
+        QVERIFY(logged(*m_log, Debug, QStringLiteral("src/libs/qvhid/src/hiddevicemanager"), "onActiveAudioDeviceChanged",
+                       QStringLiteral("HID MANAGER Active audio device changed to ") + name));
     // Only the name that ends in the product string bound the headset; the library answers as usual.
     QCOMPARE(events.entries().count(QStringLiteral("show:Office Headset 20")), 1);
     QVERIFY(bind(events));
