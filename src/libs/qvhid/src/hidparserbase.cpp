@@ -620,6 +620,8 @@ int HIDParserBase::parseReportData(unsigned char const* data, unsigned short len
 bool HIDParserBase::decodeReport(unsigned char* buffer, unsigned char length, std::vector<HIDReportItem*>& items,
                                  unsigned char reportId, HIDReportItemTypes type)
 {
+    // The values are written out only for a logger that takes the trace line.
+    const bool traced = common::logger::IsDelivered(log::Trace);
     QString trace;
     if (!items.empty()) {
         // The stream starts at bit 0 of byte 0; with no bytes at all there is nothing to read.
@@ -651,7 +653,8 @@ bool HIDParserBase::decodeReport(unsigned char* buffer, unsigned char length, st
             if (item->logicalMinimum < 0 && width > 0 && width < 32 && (value >> (width - 1)) & 1)
                 value |= ~0u << width;
             item->value = int32_t(value);
-            trace += QString::number(item->value) + QLatin1Char(' ');
+            if (traced)
+                trace += QString::number(item->value) + QLatin1Char(' ');
         }
     }
     HID_LOG(log::Trace) << "decodeReport " << trace;
