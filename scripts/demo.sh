@@ -13,6 +13,6 @@ build_dir=$root/build
 
 bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config qtbase5-dev libhidapi-dev
 
-cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQVHID_BUILD_BENCHMARKS=OFF >/dev/null
 cmake --build "$build_dir" -j"$(nproc)" --target qvhid-probe >/dev/null
 exec "$build_dir/tools/qvhid-probe/qvhid-probe" demo "$@"

@@ -1,0 +1,281 @@
+// The live paths through the manager and a virtual headset, timed as an application sees them:
+// gesture latency, call-state latency, binding time and the cost of an idle binding. Prints a
+// Markdown table.
+//
+//   bench_live [--presses N] [--calls N] [--bindings N] [--idle-seconds N]
+
+#include <hiddevicemanager.h>
+#include <virtualhid.h>
+#include <virtualmodels.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QStringList>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <functional>
+#include <random>
+#include <thread>
+#include <vector>
+
+using Clock = std::chrono::steady_clock;
+using hid::virt::VirtualDevice;
+using qv::hid::HidDeviceManager;
+
+namespace {
+
+struct Options
+{
+    int presses = 1000;
+    int calls = 100;
+    int bindings = 50;
+    int idleSeconds = 60;
+};
+
+Options parseOptions(const QStringList &arguments)
+{
+    Options options;
+    for (int i = 1; i + 1 < arguments.size(); i += 2) {
+        const QString &name = arguments[i];
+        const int value = arguments[i + 1].toInt();
+        if (name == QLatin1String("--presses"))
+            options.presses = value;
+        else if (name == QLatin1String("--calls"))
+            options.calls = value;
+        else if (name == QLatin1String("--bindings"))
+            options.bindings = value;
+        else if (name == QLatin1String("--idle-seconds"))
+            options.idleSeconds = value;
+        else
+            std::fprintf(stderr, "unknown option %s\n", qPrintable(name));
+    }
+    return options;
+}
+
+double milliseconds(Clock::duration duration)
+{
+    return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+// Median, 99th percentile and maximum of samples in milliseconds, as table cells.
+QString distribution(std::vector<double> samples)
+{
+    if (samples.empty())
+        return QStringLiteral("| - | - | - |");
+    std::sort(samples.begin(), samples.end());
+    const auto at = [&samples](double quantile) {
+        return samples[std::min(samples.size() - 1, static_cast<std::size_t>(quantile * double(samples.size())))];
+    };
+    return QStringLiteral("| %1 | %2 | %3 |")
+        .arg(at(0.5), 0, 'f', 2)
+        .arg(at(0.99), 0, 'f', 2)
+        .arg(samples.back(), 0, 'f', 2);
+}
+
+void row(const QString &what, int count, const QString &cells)
+{
+    std::printf("| %s | %d %s\n", qPrintable(what), count, qPrintable(cells));
+    std::fflush(stdout);
+}
+
+// Runs the event loop until `done` holds or `timeoutMs` passes; false on the time-out. The
+// thread sleeps between events (a spinning one would take the reader's core); a timer wakes it
+// now and then to look at the clock.
+bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
+{
+    QTimer wake;
+    wake.start(50);
+    QElapsedTimer clock;
+    clock.start();
+    while (!done()) {
+        if (clock.elapsed() > timeoutMs)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+void pause(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+// What the manager reported, stamped on arrival in the application's thread.
+struct Reports
+{
+    QString state;
+    int states = 0;
+    int mutes = 0;
+    int shows = 0;
+    Clock::time_point lastState;
+    Clock::time_point lastMute;
+    Clock::time_point lastShow;
+
+    void watch(HidDeviceManager &manager)
+    {
+        QObject::connect(&manager, &HidDeviceManager::deviceStateEntered, [this](const QString &entered) {
+            lastState = Clock::now();
+            state = entered;
+            ++states;
+        });
+        QObject::connect(&manager, &HidDeviceManager::clickMute, [this] {
+            lastMute = Clock::now();
+            ++mutes;
+        });
+        QObject::connect(&manager, &HidDeviceManager::deviceShow, [this](const QString &) {
+            lastShow = Clock::now();
+            ++shows;
+        });
+    }
+};
+
+hid::virt::DeviceDescription model(const char *name)
+{
+    hid::virt::DeviceDescription description = hid::virt::findModel(name)->interfaces.at(0);
+    description.path.clear();
+    return description;
+}
+
+const QString AudioDevice = QStringLiteral("Headset Microphone (2- Office Headset 20)");
+
+bool bind(HidDeviceManager &manager, Reports &reports)
+{
+    manager.onActiveAudioDeviceChanged(QString());
+    manager.onActiveAudioDeviceChanged(AudioDevice);
+    reports.state.clear();
+    return waitUntil([&reports] { return reports.state == QLatin1String("Initial"); });
+}
+
+// Mute pressed and released, at random moments of the reader's cycle.
+void gestureLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &headset, int presses)
+{
+    std::mt19937 random(1);
+    std::uniform_int_distribution<int> gap(10, 40);
+    std::vector<double> samples;
+    for (int i = 0; i < presses; ++i) {
+        pause(gap(random));
+        const int before = reports.mutes;
+        const Clock::time_point readable = Clock::now();
+        headset.press("mute");
+        headset.release("mute");
+        if (!waitUntil([&] { return reports.mutes > before; }))
+            break;
+        samples.push_back(milliseconds(reports.lastMute - readable));
+    }
+    row(QStringLiteral("Gesture: report readable to `clickMute`"), int(samples.size()), distribution(samples));
+    (void)manager;
+}
+
+// onCallIncome to the first output report written and to deviceStateEntered; then the call ends.
+void callStateLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &headset, int calls)
+{
+    std::mt19937 random(2);
+    std::uniform_int_distribution<int> gap(0, 300);
+    std::vector<double> toWrite;
+    std::vector<double> toState;
+    for (int i = 0; i < calls; ++i) {
+        pause(gap(random));
+        headset.clearWrittenReports();
+        const int before = reports.states;
+        const Clock::time_point called = Clock::now();
+        manager.onCallIncome();
+        if (!waitUntil([&] { return reports.states > before; }))
+            break;
+        const std::vector<hid::virt::WrittenReport> written = headset.writtenReports();
+        if (!written.empty())
+            toWrite.push_back(milliseconds(written.front().time - called));
+        toState.push_back(milliseconds(reports.lastState - called));
+        manager.onCallEnd();
+        if (!waitUntil([&] { return reports.state == QLatin1String("Initial"); }))
+            break;
+    }
+    row(QStringLiteral("Call state: `onCallIncome` to first report written"), int(toWrite.size()), distribution(toWrite));
+    row(QStringLiteral("Call state: `onCallIncome` to `deviceStateEntered`"), int(toState.size()), distribution(toState));
+}
+
+// onActiveAudioDeviceChanged to deviceShow, with `others` more interfaces enumerated.
+void bindingTime(HidDeviceManager &manager, Reports &reports, int others, int bindings)
+{
+    std::vector<VirtualDevice> crowd;
+    for (int i = 0; i < others; ++i) {
+        hid::virt::DeviceDescription description = model("telephony-headset-no-ids");
+        description.productId = static_cast<unsigned short>(0x1000 + i);
+        description.product = L"Other Headset " + std::to_wstring(i);
+        crowd.push_back(VirtualDevice::add(description));
+    }
+    std::vector<double> samples;
+    for (int i = 0; i < bindings; ++i) {
+        manager.onActiveAudioDeviceChanged(QString());
+        pause(20);
+        const int before = reports.shows;
+        const Clock::time_point changed = Clock::now();
+        manager.onActiveAudioDeviceChanged(AudioDevice);
+        if (!waitUntil([&] { return reports.shows > before; }))
+            break;
+        samples.push_back(milliseconds(reports.lastShow - changed));
+    }
+    for (VirtualDevice &device : crowd)
+        device.remove();
+    row(QStringLiteral("Binding: `onActiveAudioDeviceChanged` to `deviceShow`, %1 interface(s)").arg(others + 1),
+        int(samples.size()), distribution(samples));
+}
+
+double processCpuSeconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
+}
+
+// CPU time of the whole process while the application's event loop idles for `seconds`.
+void idleCost(const QString &what, int seconds)
+{
+    const double cpuBefore = processCpuSeconds();
+    const Clock::time_point before = Clock::now();
+    pause(seconds * 1000);
+    const double cpu = processCpuSeconds() - cpuBefore;
+    const double wall = std::chrono::duration<double>(Clock::now() - before).count();
+    std::printf("| %s | %d | %.1f | %.3f %% |\n", qPrintable(what), seconds, cpu * 1000.0, 100.0 * cpu / wall);
+    std::fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication application(argc, argv);
+    const Options options = parseOptions(QCoreApplication::arguments());
+
+    VirtualDevice headset = VirtualDevice::add(model("telephony-headset"));
+    HidDeviceManager manager;
+    Reports reports;
+    reports.watch(manager);
+    if (!bind(manager, reports)) {
+        std::fprintf(stderr, "the virtual headset did not bind\n");
+        return 1;
+    }
+
+    std::printf("| Measure | Samples | Median ms | 99th percentile ms | Maximum ms |\n|---|---|---|---|---|\n");
+    gestureLatency(manager, reports, headset, options.presses);
+    callStateLatency(manager, reports, headset, options.calls);
+    bindingTime(manager, reports, 0, options.bindings);
+    bindingTime(manager, reports, 99, options.bindings);
+
+    if (!bind(manager, reports))
+        return 1;
+    pause(1000); // let the binding settle
+    std::printf("\n| Idle binding | Seconds | Process CPU ms | Share of one core |\n|---|---|---|---|\n");
+    idleCost(QStringLiteral("bound to a quiet headset"), options.idleSeconds);
+    headset.unplug();
+    pause(1000);
+    idleCost(QStringLiteral("bound to an unplugged headset"), options.idleSeconds);
+    manager.onActiveAudioDeviceChanged(QString());
+    return 0;
+}

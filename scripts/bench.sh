@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Builds the benchmarks in release mode and runs them: Google Benchmark over the pure functions,
+# then the live harness over a virtual headset (gesture and call-state latency, binding time,
+# idle cost). Prints the tables and writes them to build-bench/performance.md.
+#
+#   scripts/bench.sh            # the full run, about four minutes
+#   scripts/bench.sh --quick    # fewer samples and 5 idle seconds, to try it out
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+live=(--presses 1000 --calls 100 --bindings 50 --idle-seconds 60)
+repetitions=5
+case "${1:-}" in
+    --quick) live=(--presses 100 --calls 10 --bindings 5 --idle-seconds 5); repetitions=1 ;;
+    "") ;;
+    *) echo "unknown argument: $1" >&2; exit 2 ;;
+esac
+
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config qtbase5-dev libhidapi-dev libbenchmark-dev
+
+build=$root/build-bench
+cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVHID_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" -j"$(nproc)" --target bench_functions bench_live >/dev/null
+
+out=$build/performance.md
+{
+    echo "Machine: $(nproc) cores, $(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -1)," \
+         "Linux $(uname -r), Debian $(cat /etc/debian_version), $(g++ --version | head -1)," \
+         "Qt $(pkg-config --modversion Qt5Core), release build of $(git -C "$root" rev-parse --short HEAD 2>/dev/null || echo 'an unknown commit')."
+    echo
+    echo "| Function | CPU time per call (ns) | Throughput (MB/s) |"
+    echo "|---|---|---|"
+    # Medians of the repetitions (the only row when there is one), from the CSV report.
+    "$build/bench/bench_functions" --benchmark_format=csv --benchmark_repetitions="$repetitions" \
+        --benchmark_min_time=0.2 2>/dev/null \
+        | awk -F, -v reps="$repetitions" '
+            NR == 1 { next }
+            { name = $1; gsub(/"/, "", name) }
+            reps > 1 && name !~ /_median$/ { next }
+            {
+                sub(/_median$/, "", name); sub(/^BM_/, "", name)
+                rate = $6 == "" ? "-" : sprintf("%.1f", $6 / 1e6)
+                printf "| %s | %.1f | %s |\n", name, $4, rate
+            }'
+    echo
+    "$build/bench/bench_live" "${live[@]}"
+} | tee "$out"
+echo "written to $out" >&2
