@@ -1,4 +1,5 @@
 #include "virtualhid.h"
+#include "virtualmodels.h"
 
 #include "virtualregistry.h"
 
@@ -92,6 +93,16 @@ int VirtualDevice::openHandles() const
 void removeAllDevices()
 {
     Registry::instance().removeAll();
+}
+
+std::vector<VirtualDevice> addModel(const Model &model)
+{
+    std::vector<VirtualDevice> devices;
+    for (DeviceDescription description : model.interfaces) {
+        description.path.clear();
+        devices.push_back(VirtualDevice::add(description));
+    }
+    return devices;
 }
 
 } // namespace hid::virt

@@ -264,14 +264,4 @@ const Model *findModel(const std::string &name)
     return nullptr;
 }
 
-std::vector<VirtualDevice> addModel(const Model &model)
-{
-    std::vector<VirtualDevice> devices;
-    for (DeviceDescription description : model.interfaces) {
-        description.path.clear();
-        devices.push_back(VirtualDevice::add(description));
-    }
-    return devices;
-}
-
 } // namespace hid::virt
