@@ -1,16 +1,17 @@
 // The library as an application uses it: only the manager's one instance, audio-device names
-// and call-state reports in, gestures, states and show/hide out, against virtual headsets of
-// several dictionary models.
+// and call-state reports in, gestures, states and show/hide out, against headsets of several
+// dictionary models. Built twice: against virtual headsets, and against emulated hidraw devices
+// below the system's hidapi (see testheadset.h).
 
 #include "bindingevents.h"
 #include "capturinglogger.h"
+#include "testheadset.h"
 #include "virtualheadsets.h"
 
 #include <hiddevicemanager.h>
 
 #include <QtTest>
 
-using hid::virt::VirtualDevice;
 using qv::hid::HidDeviceManager;
 
 namespace {
@@ -53,6 +54,7 @@ class TestEndToEnd : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -68,14 +70,19 @@ private slots:
 
 private:
     void addEveryModel();
-    VirtualDevice deviceOf(const char *model) const;
+    TestHeadset deviceOf(const char *model) const;
 
-    QList<QPair<QString, VirtualDevice>> m_devices;
+    QList<QPair<QString, TestHeadset>> m_devices;
 };
+
+void TestEndToEnd::initTestCase()
+{
+    QVHID_REQUIRE_TEST_HEADSETS();
+}
 
 void TestEndToEnd::init()
 {
-    hid::virt::removeAllDevices();
+    TestHeadset::removeAll();
     m_devices.clear();
 }
 
@@ -92,16 +99,16 @@ void TestEndToEnd::cleanup()
 void TestEndToEnd::addEveryModel()
 {
     for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset", "echoing-headset"})
-        m_devices.append({QString::fromLatin1(model), VirtualDevice::add(modelDescription(model))});
+        m_devices.append({QString::fromLatin1(model), TestHeadset::add(modelDescription(model))});
 }
 
-VirtualDevice TestEndToEnd::deviceOf(const char *model) const
+TestHeadset TestEndToEnd::deviceOf(const char *model) const
 {
     for (const auto &device : m_devices) {
         if (device.first == QLatin1String(model))
             return device.second;
     }
-    return VirtualDevice();
+    return TestHeadset();
 }
 
 void TestEndToEnd::bindsTheHeadsetOfTheAudioDevice_data()
@@ -131,12 +138,12 @@ void TestEndToEnd::bindsTheHeadsetOfTheAudioDevice()
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(audioDevice);
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:" + product, "state:Initial"}));
-    const VirtualDevice bound = deviceOf(model.toLatin1().constData());
+    const TestHeadset bound = deviceOf(model.toLatin1().constData());
     QCOMPARE(bound.openHandles(), 1);
-    QCOMPARE(writtenHex(bound), initReports);
+    QCOMPARE(bound.written(), initReports);
     for (const auto &device : qAsConst(m_devices)) {
         if (device.first != model)
-            QCOMPARE(device.second.counters().opens, 0ul);
+            QCOMPARE(device.second.opens(), 0ul);
     }
 }
 
@@ -166,15 +173,15 @@ void TestEndToEnd::wholeCallReachesTheHeadset()
     QFETCH(QString, audioDevice);
     QFETCH(QStringList, callReports);
     addEveryModel();
-    VirtualDevice headset = deviceOf(model.toLatin1().constData());
+    TestHeadset headset = deviceOf(model.toLatin1().constData());
     BindingEvents events;
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(audioDevice);
     QTRY_COMPARE(events.size(), 3);
-    headset.clearWrittenReports();
+    headset.clearWritten();
 
     reportWholeCall();
-    QTRY_COMPARE(writtenHex(headset), callReports);
+    QTRY_COMPARE(headset.written(), callReports);
     QTRY_COMPARE(events.since(3), WholeCallStates);
     QTest::qWait(50);
     QCOMPARE(events.since(3), WholeCallStates); // ended on hold and muted: the state is kept
@@ -183,7 +190,7 @@ void TestEndToEnd::wholeCallReachesTheHeadset()
 void TestEndToEnd::headsetPressesArriveAsGestures()
 {
     addEveryModel();
-    VirtualDevice headset = deviceOf("telephony-headset");
+    TestHeadset headset = deviceOf("telephony-headset");
     BindingEvents events;
     events.watch(&manager());
     // The application answers, mutes and rejects as its user asks through the headset.
@@ -204,7 +211,7 @@ void TestEndToEnd::headsetPressesArriveAsGestures()
     headset.press("drop");
     headset.release("drop");
     QTRY_COMPARE(events.since(8), (QStringList{"reject", "state:Initial"}));
-    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0222", "0221", "0225", "0200"}));
+    QCOMPARE(headset.written(), (QStringList{"0200", "0222", "0221", "0225", "0200"}));
     // Every entry arrived on the application's thread (none is marked off-thread).
     QCOMPARE(entriesWithout(events.entries(), QStringLiteral("off-thread:")), events.entries());
 }
@@ -212,7 +219,7 @@ void TestEndToEnd::headsetPressesArriveAsGestures()
 void TestEndToEnd::modelThatAnswersEmptyReportsWithAClick()
 {
     addEveryModel();
-    VirtualDevice headset = deviceOf("echoing-headset");
+    TestHeadset headset = deviceOf("echoing-headset");
     BindingEvents events;
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(QStringLiteral("Microphone (Desk Headset 310)"));
@@ -228,14 +235,14 @@ void TestEndToEnd::modelThatAnswersEmptyReportsWithAClick()
 void TestEndToEnd::switchingAudioDeviceRebinds()
 {
     addEveryModel();
-    VirtualDevice first = deviceOf("telephony-headset");
-    VirtualDevice second = deviceOf("echoing-headset");
+    TestHeadset first = deviceOf("telephony-headset");
+    TestHeadset second = deviceOf("echoing-headset");
     BindingEvents events;
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
     QTRY_COMPARE(events.size(), 3);
     manager().onCallIncome();
-    QTRY_COMPARE(writtenHex(first), (QStringList{"0200", "0222"}));
+    QTRY_COMPARE(first.written(), (QStringList{"0200", "0222"}));
 
     manager().onActiveAudioDeviceChanged(QStringLiteral("Microphone (Desk Headset 310)"));
     QCOMPARE(events.since(4), (QStringList{"hide", "show:Desk Headset 310"}));
@@ -246,17 +253,17 @@ void TestEndToEnd::switchingAudioDeviceRebinds()
     // The new binding starts from the initial state; the old headset hears nothing more.
     manager().onCallIncome();
     first.press("answer");
-    QTRY_COMPARE(writtenHex(second), (QStringList{"00", "22"}));
+    QTRY_COMPARE(second.written(), (QStringList{"00", "22"}));
     QTRY_COMPARE(events.since(7), QStringList{"state:Incoming call"});
     QTest::qWait(50);
-    QCOMPARE(writtenHex(first), (QStringList{"0200", "0222"}));
+    QCOMPARE(first.written(), (QStringList{"0200", "0222"}));
     QCOMPARE(events.since(7), QStringList{"state:Incoming call"});
 }
 
 void TestEndToEnd::unpluggingMidCallKeepsTheApplicationAlive()
 {
     addEveryModel();
-    VirtualDevice headset = deviceOf("telephony-headset");
+    TestHeadset headset = deviceOf("telephony-headset");
     BindingEvents events;
     events.watch(&manager());
     const QString audioDevice = QStringLiteral("Headset Microphone (2- Office Headset 20)");
@@ -278,7 +285,7 @@ void TestEndToEnd::unpluggingMidCallKeepsTheApplicationAlive()
     QTRY_COMPARE(events.since(6), (QStringList{"state:Talk muted", "state:Hold", "state:Initial"}));
     QTest::qWait(100);
     QCOMPARE(events.size(), 9);
-    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0222", "0221"}));
+    QCOMPARE(headset.written(), (QStringList{"0200", "0222", "0221"}));
 
     // Replugged, the headset is bound again when the application reports its audio device anew.
     headset.replug();
@@ -287,14 +294,14 @@ void TestEndToEnd::unpluggingMidCallKeepsTheApplicationAlive()
     QTRY_COMPARE(events.since(9), (QStringList{"hide", "hide", "show:Office Headset 20", "state:Initial"}));
     QCOMPARE(headset.openHandles(), 1);
     manager().onCallIncome();
-    QTRY_COMPARE(writtenHex(headset).last(), QStringLiteral("0222"));
+    QTRY_COMPARE(headset.written().last(), QStringLiteral("0222"));
 }
 
 void TestEndToEnd::headsetWithUnlistedIdsIsNeverBound()
 {
     hid::virt::DeviceDescription unlisted = modelDescription("telephony-headset");
     unlisted.productId = 0x9999; // same vendor, same product string, a product the dictionary lacks
-    VirtualDevice headset = VirtualDevice::add(unlisted);
+    TestHeadset headset = TestHeadset::add(unlisted);
     m_devices.append({QStringLiteral("unlisted"), headset});
     BindingEvents events;
     events.watch(&manager());
@@ -310,8 +317,8 @@ void TestEndToEnd::headsetWithUnlistedIdsIsNeverBound()
     manager().onActiveAudioDeviceChanged(audioDevice);
     QTest::qWait(50);
     QCOMPARE(events.entries(), (QStringList{"hide", "hide"}));
-    QCOMPARE(headset.counters().opens, 0ul);
+    QCOMPARE(headset.opens(), 0ul);
 }
 
-QTEST_GUILESS_MAIN(TestEndToEnd)
+QVHID_TEST_HEADSET_MAIN(TestEndToEnd)
 #include "tst_endtoend.moc"

@@ -1,0 +1,73 @@
+#ifndef QVHID_TESTS_TESTHEADSET_H
+#define QVHID_TESTS_TESTHEADSET_H
+
+// A headset as the end-to-end tests handle it. The test links one of two implementations: a
+// virtual headset behind the virtual hidapi (virtualtestheadset.cpp), or an emulated hidraw
+// device behind the system's own hidapi and libudev (emulation/emulatedtestheadset.cpp).
+
+#include <virtualhid.h>
+
+#include <QString>
+#include <QStringList>
+
+#include <string>
+
+class TestHeadset
+{
+public:
+    // Called first thing in main(), before any thread exists.
+    static void prepareProcess();
+    // Empty when headsets can be plugged in; otherwise why not (the tests are then skipped).
+    static QString unavailable();
+
+    static TestHeadset add(const hid::virt::DeviceDescription &description);
+    static void removeAll();
+
+    TestHeadset() = default;
+
+    std::string path() const; // as hidapi enumerates it
+
+    bool press(const std::string &button) const;
+    bool release(const std::string &button) const;
+    void inject(const hid::virt::Bytes &report) const;
+    void unplug() const;
+    void replug() const; // under the same path
+
+    // Every report the headset received, in order, as lowercase hex: "0222".
+    QStringList written() const;
+    void clearWritten() const;
+    int openHandles() const;
+    unsigned long opens() const; // successful opens so far
+
+private:
+    explicit TestHeadset(int id)
+        : m_id(id)
+    {
+    }
+
+    int m_id = -1;
+};
+
+// Ends an initTestCase() at once when headsets cannot be plugged in here: skipped, or failed
+// when QVHID_REQUIRE_KERNEL_EMULATION is set (CI sets it, so that it cannot pass by skipping).
+#define QVHID_REQUIRE_TEST_HEADSETS()                                                              \
+    do {                                                                                           \
+        const QString unavailable = TestHeadset::unavailable();                                   \
+        if (!unavailable.isEmpty() && qEnvironmentVariableIsSet("QVHID_REQUIRE_KERNEL_EMULATION"))  \
+            QFAIL(qPrintable(unavailable));                                                        \
+        if (!unavailable.isEmpty())                                                                \
+            QSKIP(qPrintable(unavailable));                                                        \
+    } while (false)
+
+// The tests' main(): prepares the process, then runs the test object.
+#define QVHID_TEST_HEADSET_MAIN(TestObject)                                                        \
+    int main(int argc, char *argv[])                                                               \
+    {                                                                                              \
+        TestHeadset::prepareProcess();                                                             \
+        QCoreApplication application(argc, argv);                                                  \
+        TestObject test;                                                                           \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                 \
+        return QTest::qExec(&test, argc, argv);                                                    \
+    }
+
+#endif // QVHID_TESTS_TESTHEADSET_H

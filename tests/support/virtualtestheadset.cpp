@@ -1,0 +1,94 @@
+// TestHeadset over the virtual headset library.
+
+#include "testheadset.h"
+#include "virtualheadsets.h"
+
+#include <map>
+
+using hid::virt::VirtualDevice;
+
+namespace {
+
+std::map<int, VirtualDevice> &devices()
+{
+    static std::map<int, VirtualDevice> all;
+    return all;
+}
+
+VirtualDevice deviceOf(int id)
+{
+    const auto found = devices().find(id);
+    return found == devices().end() ? VirtualDevice() : found->second;
+}
+
+} // namespace
+
+void TestHeadset::prepareProcess() {}
+
+QString TestHeadset::unavailable()
+{
+    return {};
+}
+
+TestHeadset TestHeadset::add(const hid::virt::DeviceDescription &description)
+{
+    const VirtualDevice device = VirtualDevice::add(description);
+    devices()[device.id()] = device;
+    return TestHeadset(device.id());
+}
+
+void TestHeadset::removeAll()
+{
+    hid::virt::removeAllDevices();
+    devices().clear();
+}
+
+std::string TestHeadset::path() const
+{
+    return deviceOf(m_id).path();
+}
+
+bool TestHeadset::press(const std::string &button) const
+{
+    return deviceOf(m_id).press(button);
+}
+
+bool TestHeadset::release(const std::string &button) const
+{
+    return deviceOf(m_id).release(button);
+}
+
+void TestHeadset::inject(const hid::virt::Bytes &report) const
+{
+    deviceOf(m_id).inject(report);
+}
+
+void TestHeadset::unplug() const
+{
+    deviceOf(m_id).unplug();
+}
+
+void TestHeadset::replug() const
+{
+    deviceOf(m_id).replug();
+}
+
+QStringList TestHeadset::written() const
+{
+    return writtenHex(deviceOf(m_id));
+}
+
+void TestHeadset::clearWritten() const
+{
+    deviceOf(m_id).clearWrittenReports();
+}
+
+int TestHeadset::openHandles() const
+{
+    return deviceOf(m_id).openHandles();
+}
+
+unsigned long TestHeadset::opens() const
+{
+    return deviceOf(m_id).counters().opens;
+}
