@@ -37,8 +37,22 @@ void giveDeviceNumber(int fd, struct stat *status)
 
 int callWithDeviceNumber(const char *name, int fd, struct stat *status)
 {
-    static const auto real = reinterpret_cast<Fstat>(dlsym(RTLD_NEXT, name));
+    const auto real = reinterpret_cast<Fstat>(dlsym(RTLD_NEXT, name));
     const int result = real ? real(fd, status) : -1;
+    if (result == 0 && status)
+        giveDeviceNumber(fd, status);
+    return result;
+}
+
+// The C library's older entry point, which sanitizer runtimes call for fstat().
+using Fxstat = int (*)(int, int, struct stat *);
+
+int callOldWithDeviceNumber(const char *name, int version, int fd, struct stat *status)
+{
+    auto real = reinterpret_cast<Fxstat>(dlvsym(RTLD_NEXT, name, "GLIBC_2.2.5"));
+    if (!real)
+        real = reinterpret_cast<Fxstat>(dlsym(RTLD_NEXT, name));
+    const int result = real ? real(version, fd, status) : -1;
     if (result == 0 && status)
         giveDeviceNumber(fd, status);
     return result;
@@ -54,4 +68,14 @@ extern "C" __attribute__((visibility("default"))) int fstat(int fd, struct stat 
 extern "C" __attribute__((visibility("default"))) int fstat64(int fd, struct stat64 *status) noexcept
 {
     return callWithDeviceNumber("fstat64", fd, reinterpret_cast<struct stat *>(status));
+}
+
+extern "C" __attribute__((visibility("default"))) int __fxstat(int version, int fd, struct stat *status) noexcept
+{
+    return callOldWithDeviceNumber("__fxstat", version, fd, status);
+}
+
+extern "C" __attribute__((visibility("default"))) int __fxstat64(int version, int fd, struct stat64 *status) noexcept
+{
+    return callOldWithDeviceNumber("__fxstat64", version, fd, reinterpret_cast<struct stat *>(status));
 }

@@ -4,6 +4,8 @@
 #include <linux/hidraw.h>
 #include <linux/input.h>
 #include <poll.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 
@@ -37,6 +39,11 @@ struct stat attributesOf(fuse_ino_t inode)
     }
     return attributes;
 }
+
+// Interrupts the session loop's wait for a request; see stop().
+constexpr int WakeSignal = SIGUSR2;
+
+void ignoreWakeSignal(int) {}
 
 } // namespace
 
@@ -84,6 +91,7 @@ std::string HidrawServer::start(const std::string &mountPoint)
     char *arguments[] = {program, nullptr};
     fuse_args args = FUSE_ARGS_INIT(1, arguments);
     m_session = fuse_session_new(&args, &operations, sizeof operations, this);
+    fuse_opt_free_args(&args); // the session may have added to them
     if (!m_session)
         return "fuse_session_new failed";
     if (fuse_session_mount(m_session, mountPoint.c_str()) != 0) {
@@ -91,7 +99,14 @@ std::string HidrawServer::start(const std::string &mountPoint)
         m_session = nullptr;
         return "cannot mount a FUSE file system at " + mountPoint;
     }
-    m_loop = std::thread([this] { fuse_session_loop(m_session); });
+    struct sigaction wake = {};
+    wake.sa_handler = ignoreWakeSignal; // without SA_RESTART: the loop's read returns EINTR
+    sigaction(WakeSignal, &wake, nullptr);
+    m_loopEnded = false;
+    m_loop = std::thread([this] {
+        fuse_session_loop(m_session);
+        m_loopEnded = true;
+    });
     return {};
 }
 
@@ -100,9 +115,15 @@ void HidrawServer::stop()
     if (!m_session)
         return;
     fuse_session_exit(m_session);
-    fuse_session_unmount(m_session); // ends the loop's wait for the next request
-    if (m_loop.joinable())
-        m_loop.join();
+    fuse_session_unmount(m_session);
+    // While a file is still open (a test that failed before closing its device), the kernel
+    // keeps the connection and the loop's read goes on waiting: a signal ends the wait, and the
+    // loop then sees that the session has exited.
+    while (!m_loopEnded) {
+        pthread_kill(m_loop.native_handle(), WakeSignal);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    m_loop.join();
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         for (auto &entry : m_files) {

@@ -14,6 +14,7 @@
 
 #include <fuse_lowlevel.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -87,6 +88,7 @@ private:
     uint64_t m_nextFile = 1;
     fuse_session *m_session = nullptr;
     std::thread m_loop;
+    std::atomic<bool> m_loopEnded{true};
 };
 
 } // namespace emulation
