@@ -1,5 +1,8 @@
 // The virtual headset library: hidapi's functions over virtual devices, with hidraw's rules.
 
+#include "descriptors.h"
+#include "listedusages.h"
+
 #include <virtualmodels.h>
 
 #include <hidapi.h>
@@ -72,6 +75,7 @@ private slots:
     void init() { hid::virt::removeAllDevices(); }
     void enumerationListsVirtualDevicesAfterTheSystemsOwn();
     void enumerationFiltersByIds();
+    void enumerationListsEveryNamedCollectionAsHidapiDoes();
     void openByPathAndByIds();
     void stringsAndDeviceInfo();
     void timedReadsBlockForTheirTimeOut();
@@ -151,6 +155,26 @@ void TestVirtualHid::openByPathAndByIds()
     hid_close(bySerial);
     QCOMPARE(device.openHandles(), 0);
     QCOMPARE(hid_open_path("virtual-hid/does-not-exist"), nullptr);
+}
+
+void TestVirtualHid::enumerationListsEveryNamedCollectionAsHidapiDoes()
+{
+    // As the system's hidapi lists it over hidraw (tst_hidrawemulation checks that side).
+    hid::virt::DeviceDescription description = hid::virt::findModel("telephony-headset")->interfaces.at(0);
+    description.path.clear();
+    const QByteArray nested = descriptors::nestedCollections();
+    description.descriptor.assign(nested.begin(), nested.end());
+    const VirtualDevice device = VirtualDevice::add(description);
+    QCOMPARE(listedUsagesOf(device.path()), (QStringList{"000b/0005", "000b/0020", "000c/0030", "000c/0001"}));
+    hid_device *handle = hid_open_path(device.path().c_str());
+    QVERIFY(handle);
+    QCOMPARE(hid_get_device_info(handle)->usage, 0x05); // the first of them
+    hid_close(handle);
+
+    description.descriptor = {0x06, 0x00, 0xFF, 0x09, 0x01, 0x75, 0x08, 0x95, 0x01, 0x81, 0x02}; // no collection
+    QCOMPARE(listedUsagesOf(VirtualDevice::add(description).path()), QStringList{"0000/0000"});
+    description.descriptor.clear(); // no descriptor: the description's own usage
+    QCOMPARE(listedUsagesOf(VirtualDevice::add(description).path()), QStringList{"000b/0005"});
 }
 
 void TestVirtualHid::stringsAndDeviceInfo()

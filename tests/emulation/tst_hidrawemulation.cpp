@@ -3,6 +3,8 @@
 // descriptor through sysfs (the route the library takes on hidapi 0.13), hidraw's report-id
 // byte on writes, poll-then-read time-outs, and what an unplug looks like.
 
+#include "descriptors.h"
+#include "listedusages.h"
 #include "testheadset.h"
 #include "virtualheadsets.h"
 
@@ -76,6 +78,7 @@ private slots:
     void init();
 
     void enumeratesThroughLibudev();
+    void listsEveryNamedCollection();
     void descriptorComesThroughSysfs();
     void writesFollowHidrawReportIdRules();
     void readTimeOutIsHonoured();
@@ -109,6 +112,20 @@ void TestHidrawEmulation::enumeratesThroughLibudev()
     // hidapi 0.13 reads the usage from the descriptor in sysfs.
     QCOMPARE(entry.usagePage, model.usagePage);
     QCOMPARE(entry.usage, model.usage);
+}
+
+void TestHidrawEmulation::listsEveryNamedCollection()
+{
+    // What the virtual headset's enumeration was made to match (tst_virtualhid checks it there).
+    hid::virt::DeviceDescription description = modelDescription("telephony-headset");
+    const QByteArray nested = descriptors::nestedCollections();
+    description.descriptor.assign(nested.begin(), nested.end());
+    const TestHeadset headset = TestHeadset::add(description);
+    QCOMPARE(listedUsagesOf(headset.path()), (QStringList{"000b/0005", "000b/0020", "000c/0030", "000c/0001"}));
+
+    description.descriptor = {0x06, 0x00, 0xFF, 0x09, 0x01, 0x75, 0x08, 0x95, 0x01, 0x81, 0x02}; // no collection
+    const TestHeadset uncollected = TestHeadset::add(description);
+    QCOMPARE(listedUsagesOf(uncollected.path()), QStringList{"0000/0000"});
 }
 
 void TestHidrawEmulation::descriptorComesThroughSysfs()

@@ -96,6 +96,34 @@ inline QByteArray everyTag()
         "c0");   // END_COLLECTION
 }
 
+// Collections named by a usage at several depths: a telephony Headset with a logical Hook
+// Switch collection and a physical consumer collection inside, then a top-level Consumer Control.
+// hidapi's hidraw backend lists such an interface once per named collection, in this order:
+// 0x0B/0x05, 0x0B/0x20, 0x0C/0x30, 0x0C/0x01.
+inline QByteArray nestedCollections()
+{
+    return QByteArray::fromHex(
+        "050b"     // USAGE_PAGE (Telephony)
+        "0905"     // USAGE (Headset)
+        "a101"     // COLLECTION (Application)
+        "0920"     //   USAGE (Hook Switch)
+        "a102"     //   COLLECTION (Logical)
+        "7508"     //     REPORT_SIZE (8)
+        "9501"     //     REPORT_COUNT (1)
+        "8102"     //     INPUT (Data,Var,Abs)
+        "c0"       //   END_COLLECTION
+        "050c"     //   USAGE_PAGE (Consumer)
+        "0930"     //   USAGE (Power)
+        "a100"     //   COLLECTION (Physical)
+        "8102"     //     INPUT (Data,Var,Abs)
+        "c0"       //   END_COLLECTION
+        "c0"       // END_COLLECTION
+        "0901"     // USAGE (Consumer Control)
+        "a101"     // COLLECTION (Application)
+        "8102"     //   INPUT (Data,Var,Abs)
+        "c0");     // END_COLLECTION
+}
+
 } // namespace descriptors
 
 #endif // QVHID_TESTS_DESCRIPTORS_H

@@ -34,7 +34,10 @@ struct Button
     Bytes release;
 };
 
-// One HID interface, as hidapi's enumeration shows it.
+// One HID interface, as hidapi's enumeration shows it. hidapi's hidraw backend lists an
+// interface once per collection of its descriptor that a usage names (nested ones included),
+// with that usage page and usage; the virtual one does the same. usagePage and usage are what a
+// device without a descriptor is listed under.
 struct DeviceDescription
 {
     unsigned short vendorId = 0;

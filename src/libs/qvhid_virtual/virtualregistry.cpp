@@ -1,5 +1,7 @@
 #include "virtualregistry.h"
 
+#include "enumeratedusages.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +26,7 @@ struct QueuedReport
     Bytes bytes;
 };
 
-hid_device_info *makeInfo(const DeviceDescription &description)
+hid_device_info *makeInfo(const DeviceDescription &description, UsagePair usage)
 {
     auto *info = static_cast<hid_device_info *>(std::calloc(1, sizeof(hid_device_info)));
     if (!info)
@@ -37,11 +39,23 @@ hid_device_info *makeInfo(const DeviceDescription &description)
     info->release_number = description.releaseNumber;
     info->manufacturer_string = wcsdup(description.manufacturer.c_str());
     info->product_string = wcsdup(description.product.c_str());
-    info->usage_page = description.usagePage;
-    info->usage = description.usage;
+    info->usage_page = usage.first;
+    info->usage = usage.second;
     info->interface_number = description.interfaceNumber;
     info->bus_type = HID_API_BUS_USB;
     return info;
+}
+
+// The usage pairs a device is listed under, as hidapi lists a hidraw interface: one per usage
+// pair of its descriptor, or once with 0 and 0. A device described without a descriptor is
+// listed with the usage page and usage of its description instead.
+std::vector<UsagePair> listedUsages(const DeviceDescription &description)
+{
+    std::vector<UsagePair> usages = enumeratedUsages(description.descriptor);
+    if (usages.empty())
+        usages.emplace_back(description.descriptor.empty() ? UsagePair(description.usagePage, description.usage)
+                                                           : UsagePair(0, 0));
+    return usages;
 }
 
 void freeInfo(hid_device_info *info)
@@ -285,9 +299,11 @@ hid_device_info *Registry::appendEnumeration(hid_device_info *list, unsigned sho
         if ((vendorId != 0 && vendorId != device.description.vendorId)
             || (productId != 0 && productId != device.description.productId))
             continue;
-        if (hid_device_info *info = makeInfo(device.description)) {
-            *tail = info;
-            tail = &info->next;
+        for (const UsagePair &usage : listedUsages(device.description)) {
+            if (hid_device_info *info = makeInfo(device.description, usage)) {
+                *tail = info;
+                tail = &info->next;
+            }
         }
     }
     return list;
@@ -309,7 +325,7 @@ hid_device *Registry::open(const char *path, bool &isVirtualPath)
         auto handle = std::make_shared<VirtualHandle>();
         handle->device = device;
         handle->generation = device->generation;
-        handle->info = makeInfo(device->description);
+        handle->info = makeInfo(device->description, listedUsages(device->description).front());
         auto *key = reinterpret_cast<hid_device *>(handle.get());
         m_handles.emplace(key, std::move(handle));
         ++device->counters.opens;
