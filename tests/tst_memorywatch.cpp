@@ -1,6 +1,7 @@
 // A million input reports through a bound headset, with a logger that formats every line: the
 // process's resident memory must stay flat, and every report must be read.
 
+#include "stresscount.h"
 #include "virtualheadsets.h"
 
 #include <hiddevicemanager.h>
@@ -18,14 +19,6 @@ using hid::virt::VirtualDevice;
 using qv::hid::HidDeviceManager;
 
 namespace {
-
-// 1,000,000 unless QVHID_REPORTS says otherwise (for a quick run by hand).
-long reportCount()
-{
-    bool ok = false;
-    const int count = qEnvironmentVariableIntValue("QVHID_REPORTS", &ok);
-    return ok && count > 0 ? count : 1000000;
-}
 
 // The process's resident memory, in bytes.
 long residentBytes()
@@ -71,7 +64,7 @@ private slots:
 
 void TestMemoryWatch::residentMemoryStaysFlatOverAMillionReports()
 {
-    const long reports = reportCount();
+    const long reports = stressCount("QVHID_REPORTS", 1000000);
     constexpr long Burst = 1000; // reports per burst: mute pressed and released, 500 times
     constexpr long Queued = 32;  // at most this many unread, well inside the headset's queue
 

@@ -3,6 +3,7 @@
 
 #include "capturinglogger.h"
 #include "liveobjects.h"
+#include "stresscount.h"
 #include "virtualheadsets.h"
 
 #include <hiddecoderbase.h>
@@ -17,18 +18,6 @@
 using hid::virt::VirtualDevice;
 using qv::hid::HidDeviceManager;
 
-namespace {
-
-// 10,000 unless QVHID_REBINDS says otherwise (for a quick run by hand).
-int rebindCount()
-{
-    bool ok = false;
-    const int count = qEnvironmentVariableIntValue("QVHID_REBINDS", &ok);
-    return ok && count > 0 ? count : 10000;
-}
-
-} // namespace
-
 class TestRebindStress : public QObject
 {
     Q_OBJECT
@@ -39,7 +28,7 @@ private slots:
 
 void TestRebindStress::rebindsLeaveNothingBehind()
 {
-    const int Rebinds = rebindCount();
+    const int Rebinds = stressCount("QVHID_REBINDS", 10000);
     LiveObjects census;
     const int threadsBefore = runningThreadCount();
     CapturingLogger logger;

@@ -19,24 +19,10 @@
 
 namespace {
 
-// The enumeration entry of `path`, copied out, or an entry with no path.
-struct Listed
+// The first enumeration entry of `path`, copied out, or an entry with no path.
+hid::virt::DeviceDescription listed(const std::string &path)
 {
-    std::string path;
-    unsigned short vendorId = 0;
-    unsigned short productId = 0;
-    unsigned short releaseNumber = 0;
-    std::wstring manufacturer;
-    std::wstring product;
-    std::wstring serialNumber;
-    int interfaceNumber = -2;
-    unsigned short usagePage = 0;
-    unsigned short usage = 0;
-};
-
-Listed listed(const std::string &path)
-{
-    Listed result;
+    hid::virt::DeviceDescription result;
     hid_device_info *all = hid_enumerate(0, 0);
     for (const hid_device_info *info = all; info; info = info->next) {
         if (!info->path || path != info->path)
@@ -100,7 +86,7 @@ void TestHidrawEmulation::enumeratesThroughLibudev()
 {
     const hid::virt::DeviceDescription model = modelDescription("telephony-headset");
     const TestHeadset headset = TestHeadset::add(model);
-    const Listed entry = listed(headset.path());
+    const hid::virt::DeviceDescription entry = listed(headset.path());
     QCOMPARE(entry.path, headset.path());
     QCOMPARE(entry.vendorId, model.vendorId);
     QCOMPARE(entry.productId, model.productId);
