@@ -4,6 +4,7 @@
 #include "mutexlocker.h"
 
 #include <QFile>
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -153,13 +154,18 @@ void HidDeviceDict::init(const QString& json)
         const QJsonObject root = document.object();
         const QJsonObject configurations = root.value(QLatin1String("configurations")).toObject();
         const QJsonArray devices = root.value(QLatin1String("devices")).toArray();
+        QHash<QString, HidCode> codes; // each configuration is read once, however many rows name it
         for (const QJsonValue& deviceValue : devices) {
             const QJsonObject row = deviceValue.toObject();
             const auto vid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("vid")), 0));
             const auto pid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("pid")), 0));
             const QString configurationName = row.value(QLatin1String("configuration")).toString();
+            auto code = codes.constFind(configurationName);
+            if (code == codes.constEnd())
+                code = codes.insert(configurationName,
+                                    codeFromConfiguration(configurations.value(configurationName).toObject()));
             // A later row with the same ids replaces the earlier one.
-            devMap.insert(VidPid(vid, pid), codeFromConfiguration(configurations.value(configurationName).toObject()));
+            devMap.insert(VidPid(vid, pid), code.value());
         }
     }
     // Logged outside the lock, so that a logger may look codes up without deadlocking.
