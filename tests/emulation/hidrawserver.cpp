@@ -212,15 +212,6 @@ unsigned long HidrawServer::opens(int number) const
     return found == m_devices.end() ? 0 : found->second->opens;
 }
 
-bool HidrawServer::waitUntilClosed(int number, std::chrono::milliseconds timeout) const
-{
-    std::unique_lock<std::mutex> lock(m_mutex);
-    return m_closed.wait_for(lock, timeout, [this, number] {
-        return std::none_of(m_files.begin(), m_files.end(),
-                            [number](const auto &entry) { return entry.second->device == number; });
-    });
-}
-
 // Hands a waiting read its report (or its error) and tells a waiting poll that something changed.
 void HidrawServer::wakeLocked(OpenFile &file)
 {
@@ -377,7 +368,6 @@ void HidrawServer::onRelease(fuse_req_t request, fuse_ino_t, fuse_file_info *inf
             server.m_files.erase(found);
         }
     }
-    server.m_closed.notify_all();
     fuse_reply_err(request, 0);
 }
 

@@ -16,7 +16,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <map>
 #include <memory>
@@ -58,8 +57,6 @@ public:
     void clearWritten(int number);
     int openFiles(int number) const;
     unsigned long opens(int number) const; // successful opens so far
-    // Blocks until every file opened on the device is closed, or the time-out passes.
-    bool waitUntilClosed(int number, std::chrono::milliseconds timeout) const;
 
 private:
     struct Device;
@@ -82,7 +79,6 @@ private:
     void wakeLocked(OpenFile &file);
 
     mutable std::mutex m_mutex;
-    mutable std::condition_variable m_closed;
     std::map<int, std::unique_ptr<Device>> m_devices; // by hidraw number
     std::map<uint64_t, std::unique_ptr<OpenFile>> m_files;
     uint64_t m_nextFile = 1;
