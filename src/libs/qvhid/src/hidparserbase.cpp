@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <unordered_map>
 
 namespace hid {
 
@@ -47,18 +48,43 @@ bool hasUsage(const HIDCollection* collection, unsigned short usagePage, unsigne
     return collection->usagePage == usagePage && collection->usage == usage;
 }
 
-} // namespace
-
-bool HIDReportInfo::isDescendant(const HIDCollection* candidate, const HIDCollection* ancestor) const
+// The collections below `ancestor` (at any depth, itself excluded unless a client-made loop of
+// parents leads back to it), in the order of `collections`. Each parent chain is walked once
+// and its answer remembered, so that the queries stay linear in the number of collections
+// however deep the nesting; a walk stops after as many steps as there are collections, so that
+// a loop of parents cannot hang it.
+std::vector<const HIDCollection*> descendantsOf(const std::vector<HIDCollection*>& collections,
+                                                const HIDCollection* ancestor)
 {
-    // Bounded by the number of collections, so that a client-made loop of parents cannot hang.
-    size_t steps = 0;
-    for (const HIDCollection* up = candidate->parent; up && steps <= collections.size(); up = up->parent, ++steps) {
-        if (up == ancestor)
-            return true;
+    std::unordered_map<const HIDCollection*, bool> below; // known answers
+    below.reserve(collections.size());
+    std::vector<const HIDCollection*> result;
+    std::vector<const HIDCollection*> path;
+    for (const HIDCollection* candidate : collections) {
+        path.assign(1, candidate);
+        bool isBelow = false;
+        size_t steps = 0;
+        for (const HIDCollection* up = candidate->parent; up && steps <= collections.size(); up = up->parent, ++steps) {
+            if (up == ancestor) {
+                isBelow = true;
+                break;
+            }
+            const auto known = below.find(up);
+            if (known != below.end()) {
+                isBelow = known->second;
+                break;
+            }
+            path.push_back(up);
+        }
+        for (const HIDCollection* walked : path)
+            below.emplace(walked, isBelow);
+        if (isBelow)
+            result.push_back(candidate);
     }
-    return false;
+    return result;
 }
+
+} // namespace
 
 HIDCollection* HIDReportInfo::findCollection(unsigned short usagePage, unsigned short usage) const
 {
@@ -96,8 +122,8 @@ HIDReportItem* HIDReportInfo::findReportItem(HIDCollection* collection, HIDRepor
         if (HIDReportItem* item = firstMatch(collection))
             return item;
     }
-    for (const HIDCollection* candidate : collections) {
-        if (isDescendant(candidate, collection) && hasUsage(candidate, collectionUsagePage, collectionUsage)) {
+    for (const HIDCollection* candidate : descendantsOf(collections, collection)) {
+        if (hasUsage(candidate, collectionUsagePage, collectionUsage)) {
             if (HIDReportItem* item = firstMatch(candidate))
                 return item;
         }
@@ -117,10 +143,8 @@ void HIDReportInfo::findReportItems(HIDCollection* collection, unsigned char rep
         }
     };
     appendMatching(collection);
-    for (const HIDCollection* candidate : collections) {
-        if (isDescendant(candidate, collection))
-            appendMatching(candidate);
-    }
+    for (const HIDCollection* candidate : descendantsOf(collections, collection))
+        appendMatching(candidate);
     std::sort(out.begin(), out.end(),
               [](const HIDReportItem* a, const HIDReportItem* b) { return a->bitOffset < b->bitOffset; });
 }
@@ -149,8 +173,8 @@ void HIDReportInfo::findReportItemsByReportID(HIDCollection* collection, HIDRepo
         for (HIDReportItem* item : collection->items)
             out.insert(out.end(), size_t(matching), item);
     }
-    for (const HIDCollection* candidate : collections) {
-        if (!isDescendant(candidate, collection) || !hasUsage(candidate, collectionUsagePage, collectionUsage))
+    for (const HIDCollection* candidate : descendantsOf(collections, collection)) {
+        if (!hasUsage(candidate, collectionUsagePage, collectionUsage))
             continue;
         for (size_t j = 0; j < candidate->items.size(); ++j) {
             if (candidate->items[j]->type != Input && startHasReportIdAt(collection, j, reportId))
@@ -171,8 +195,8 @@ bool HIDReportInfo::isEmptyValue(HIDCollection* collection, HIDReportItemTypes t
                 return false;
         }
     }
-    for (const HIDCollection* candidate : collections) {
-        if (!isDescendant(candidate, collection) || !hasUsage(candidate, collectionUsagePage, collectionUsage))
+    for (const HIDCollection* candidate : descendantsOf(collections, collection)) {
+        if (!hasUsage(candidate, collectionUsagePage, collectionUsage))
             continue;
         for (size_t j = 0; j < candidate->items.size(); ++j) {
             const HIDReportItem* item = candidate->items[j];

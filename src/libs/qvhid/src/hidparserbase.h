@@ -128,9 +128,6 @@ public:
     std::vector<HIDReportItem*> items; // owned, in declaration order
     std::map<uint8_t, HIDReportDetails> reportDetails;
     std::vector<HIDCollection*> collections; // owned, parents before their descendants
-
-private:
-    bool isDescendant(const HIDCollection* candidate, const HIDCollection* ancestor) const;
 };
 
 // The parser's item state: global and local items share it.
