@@ -57,7 +57,7 @@ replay_for_leaks() {
 run_target() {
     local target=$1
     local corpus=$build/corpus/$target findings=$build/findings/$target
-    local dictionary=$root/fuzz/hid.dict options=()
+    local dictionary=$root/fuzz/hid.dict options=() environment=()
     mkdir -p "$corpus" "$findings"
     case "$target" in
         # Qt 5.15's JSON parser leaks the earlier value of a key given twice (tests/lsan.supp).
@@ -66,12 +66,13 @@ run_target() {
         # Without leak checks, what Qt leaks stays allocated: up to a few GB over ten million
         # executions, hence the higher memory limit.
         dictionary) dictionary=$root/fuzz/json.dict
+                    environment=("ASAN_OPTIONS=${ASAN_OPTIONS/detect_leaks=1/detect_leaks=0}")
                     options=(-detect_leaks=0 -rss_limit_mb=8192) ;;
         parent_name) dictionary="" ;;
     esac
     local log=$build/fuzz-$target.log
     local status=0
-    "$build/fuzz/fuzz_$target" "${limit[@]}" -max_len=4096 -timeout=10 -rss_limit_mb=2048 "${options[@]}" \
+    env "${environment[@]}" "$build/fuzz/fuzz_$target" "${limit[@]}" -max_len=4096 -timeout=10 -rss_limit_mb=2048 "${options[@]}" \
         -artifact_prefix="$findings/" ${dictionary:+-dict="$dictionary"} -print_final_stats=1 \
         "$corpus" "$build/fuzz/seeds/$target" "$root/fuzz/regressions/$target" >"$log" 2>&1 || status=$?
     if [ "$status" -eq 0 ] && [ "$target" = dictionary ]; then
