@@ -16,7 +16,7 @@ case "${1:-}" in
     *) echo "unknown argument: $1" >&2; exit 2 ;;
 esac
 
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config qtbase5-dev libhidapi-dev libbenchmark-dev
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev
 
 build=$root/build-bench
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVHID_BUILD_TESTS=OFF >/dev/null

@@ -32,7 +32,7 @@ while [ $# -gt 0 ]; do
 done
 [ ${#targets[@]} -gt 0 ] || targets=(descriptor_parser report_parser headset_decoder dictionary parent_name)
 
-bash "$root/scripts/install-packages.sh" cmake clang libclang-rt-14-dev make pkg-config qtbase5-dev libhidapi-dev
+bash "$root/scripts/install-packages.sh" cmake clang libclang-rt-14-dev make pkg-config qtbase5-dev libhidapi-dev libudev-dev
 
 build=$root/build-fuzz
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \

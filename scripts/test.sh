@@ -23,7 +23,7 @@ if [ -z "$build_dir" ]; then
     build_dir=$root/build${sanitize:+-${sanitize//,/-}}
 fi
 
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev libbenchmark-dev libfuse3-dev valgrind
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind
 
 build_type=RelWithDebInfo
 [ -n "$sanitize" ] && build_type=Debug

@@ -437,8 +437,9 @@ void TestFaults::unknownReportIdsAndShortReportsAreIgnored()
 
 void TestFaults::headsetWithoutTelephonyCollection()
 {
-    // The consumer-control interface comes first and is the one bound: it has no call control.
-    std::vector<VirtualDevice> interfaces = hid::virt::addModel(*hid::virt::findModel("consumer-first-headset"));
+    // Only the consumer-control interface of the headset is there, and it is bound for its
+    // product string and listed ids: it has no call control.
+    std::vector<VirtualDevice> interfaces = {VirtualDevice::add(modelDescription("consumer-first-headset", 0))};
     BindingEvents events;
     events.watch(&manager());
     QVERIFY(bind(events, QStringLiteral("Mic (Office Headset 40)")));

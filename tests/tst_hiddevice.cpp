@@ -158,7 +158,8 @@ private slots:
     void chooseDeviceOverTheEnumeration();
     void failedChoiceForgetsThePreviousOne();
     void emptyParentNameChoosesNothingSilently();
-    void interfacesOfOneHeadsetGoByEnumerationOrder();
+    void callControlInterfaceWinsOverEnumerationOrder();
+    void enumerationOrderDecidesAmongEquals();
 
     void declaredSignalsAndSlots();
     void callStateSlotsRelayTheirSignal();
@@ -415,16 +416,46 @@ void TestHidDevice::emptyParentNameChoosesNothingSilently()
     verifyUnchosen(device.getInfo());
 }
 
-void TestHidDevice::interfacesOfOneHeadsetGoByEnumerationOrder()
+void TestHidDevice::callControlInterfaceWinsOverEnumerationOrder()
 {
-    // Both interfaces carry the product string and the listed ids; the first one enumerated
-    // wins, whatever its usage page.
+    // Both interfaces carry the product string and the listed ids; the one that is the
+    // configuration's call-control collection wins, though it comes second.
     VirtualDevice consumer = VirtualDevice::add(modelDescription("consumer-first-headset", 0));
     VirtualDevice telephony = VirtualDevice::add(modelDescription("consumer-first-headset", 1));
+    CapturingLogger logger;
     HidDevice device(nullptr);
     QVERIFY(device.chooseDevice(QStringLiteral("Office Headset 40")));
-    QCOMPARE(device.getInfo().path, pathOf(consumer));
-    QVERIFY(device.getInfo().path != pathOf(telephony));
+    QCOMPARE(device.getInfo().path, pathOf(telephony));
+    QVERIFY(device.getInfo().path != pathOf(consumer));
+    QCOMPARE(device.getChoice().interfaceNumber, 3);
+    QCOMPARE(device.getChoice().usagePage, 0x0B);
+    QCOMPARE(device.getChoice().usage, 0x05);
+    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Device found vid, pid, hid page, hid usage: 2830, 9310, 11, 5")));
+}
+
+void TestHidDevice::enumerationOrderDecidesAmongEquals()
+{
+    // Neither is the call-control collection (11, 5): the first listed wins.
+    Enumeration neither({{"/dev/hidraw0", 0x0B0E, 0x030D, 0x0100, L"Office Headset 20", true, 0x0C, 0x01},
+                         {"/dev/hidraw1", 0x0B0E, 0x030D, 0x0100, L"Office Headset 20", true, 0xFF00, 0x01}});
+    HidDevice device(nullptr);
+    QVERIFY(device.findDevice(neither.head(), OfficeHeadset20));
+    QCOMPARE(device.getInfo().path, QStringLiteral("/dev/hidraw0"));
+    QVERIFY(device.getChoice().rule.contains(QLatin1String("the first listed")));
+
+    // Both are: the first listed wins, and the walk stops there.
+    Enumeration both({{"/dev/hidraw0", 0x0B0E, 0x030D, 0x0100, L"Office Headset 20", true, 0x0B, 0x05},
+                      {"/dev/hidraw1", 0x0B0E, 0x030D, 0x0100, L"Office Headset 20", true, 0x0B, 0x05}});
+    CapturingLogger logger;
+    QVERIFY(device.findDevice(both.head(), OfficeHeadset20));
+    QCOMPARE(device.getInfo().path, QStringLiteral("/dev/hidraw0"));
+    QCOMPARE(logger.texts().filter(QStringLiteral("Get codes")).size(), 1);
+
+    // A call-control interface of unlisted ids does not count.
+    Enumeration unlisted({{"/dev/hidraw0", 0x0B0E, 0x030D, 0x0100, L"Office Headset 20", true, 0x0C, 0x01},
+                          {"/dev/hidraw1", 0x0B0E, 0x9999, 0x0100, L"Office Headset 20", true, 0x0B, 0x05}});
+    QVERIFY(device.findDevice(unlisted.head(), OfficeHeadset20));
+    QCOMPARE(device.getInfo().path, QStringLiteral("/dev/hidraw0"));
 }
 
 // --- The binding --------------------------------------------------------------------------------

@@ -7,6 +7,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -61,7 +62,7 @@ bool bindMount(const std::string &from, const std::string &to, unsigned long fla
     return mount(from.c_str(), to.c_str(), nullptr, MS_BIND | flags, nullptr) == 0;
 }
 
-// The sysfs directories of one interface, as the kernel lays out a USB HID interface.
+// The sysfs directories of one HID interface below its USB device, as the kernel lays them out.
 struct SysfsPaths
 {
     fs::path usbDevice;
@@ -69,18 +70,50 @@ struct SysfsPaths
     fs::path hidDevice;
     fs::path hidraw;
     std::string hidName;
-    std::string usbName;
 
-    SysfsPaths(int number, const hid::virt::DeviceDescription &description)
+    SysfsPaths(int number, const std::string &usbDirectory, const std::string &usbName,
+               const hid::virt::DeviceDescription &description)
     {
-        usbName = format("1-%d", number + 1);
-        usbDevice = fs::path("/sys/devices/platform/qvhid-emulation/usb1") / usbName;
+        usbDevice = usbDirectory;
         usbInterface = usbDevice / format("%s:1.%d", usbName.c_str(), description.interfaceNumber);
         hidName = format("0003:%04X:%04X.%04X", description.vendorId, description.productId, number + 1);
         hidDevice = usbInterface / hidName;
         hidraw = hidDevice / "hidraw" / format("hidraw%d", number);
     }
 };
+
+// One part of ID_SERIAL as udev's usb_id makes it: white space cut at the ends and each run
+// inside made '_', then whatever is not a letter, a digit or one of #+-.:=@_ made '_'.
+std::string udevSerialPart(const std::string &text)
+{
+    std::string result;
+    bool space = false;
+    for (const char c : text) {
+        if (std::isspace(static_cast<unsigned char>(c))) {
+            space = !result.empty();
+            continue;
+        }
+        if (space)
+            result += '_';
+        space = false;
+        const bool allowed = std::isalnum(static_cast<unsigned char>(c)) || std::strchr("#+-.:=@_", c);
+        result += allowed ? c : '_';
+    }
+    return result;
+}
+
+// The ID_ID that udev's rules give a USB sound card.
+std::string udevSoundCardId(const hid::virt::DeviceDescription &identity, int interfaceNumber)
+{
+    std::string vendor = udevSerialPart(utf8(identity.manufacturer));
+    std::string model = udevSerialPart(utf8(identity.product));
+    if (vendor.empty())
+        vendor = format("%04x", identity.vendorId);
+    if (model.empty())
+        model = format("%04x", identity.productId);
+    const std::string serial = udevSerialPart(utf8(identity.serialNumber));
+    return "usb-" + vendor + "_" + model + (serial.empty() ? "" : "_" + serial) + format("-%02x", interfaceNumber);
+}
 
 } // namespace
 
@@ -129,9 +162,14 @@ std::string EmulatedSystem::start()
 
     if (mount("qvhid-sysfs", "/sys", "tmpfs", 0, "mode=0755") != 0)
         return failure("tmpfs at /sys");
-    for (const char *directory : {"/sys/devices/platform/qvhid-emulation/usb1", "/sys/class/hidraw", "/sys/bus/hid/devices",
-                                  "/sys/bus/usb/devices", "/sys/dev/char"})
+    for (const char *directory : {"/sys/devices/platform/qvhid-emulation/usb1", "/sys/devices/platform/qvhid-emulation/usb2",
+                                  "/sys/class/hidraw", "/sys/class/sound", "/sys/bus/hid/devices", "/sys/bus/usb/devices",
+                                  "/sys/dev/char"})
         fs::create_directories(directory);
+    // udev's database, where libudev finds the properties udev's rules gave a device.
+    if (mount("qvhid-run", "/run", "tmpfs", 0, "mode=0755") != 0)
+        return failure("tmpfs at /run");
+    fs::create_directories("/run/udev/data");
 
     if (mount("qvhid-dev", "/dev", "tmpfs", 0, "mode=0755") != 0)
         return failure("tmpfs at /dev");
@@ -160,13 +198,49 @@ std::string EmulatedSystem::start()
 
 void EmulatedSystem::plug(int number, const hid::virt::DeviceDescription &description)
 {
+    // Plugged in again, an interface of a USB device with several returns to that device.
+    if (m_known.count(number) && !m_known.at(number).ownsUsbDevice) {
+        Interface interface = m_known.at(number);
+        interface.description = description;
+        plugInterface(number, interface);
+        return;
+    }
+    Interface interface;
+    interface.description = description;
+    interface.usbName = format("1-%d", number + 1);
+    interface.usbDevice = "/sys/devices/platform/qvhid-emulation/usb1/" + interface.usbName;
+    writeUsbDevice(interface.usbDevice, interface.usbName, description);
+    plugInterface(number, interface);
+}
+
+std::vector<int> EmulatedSystem::plug(const UsbDevice &device)
+{
+    const std::string usbName = format("2-%d", m_nextUsbDevice++);
+    const std::string directory = "/sys/devices/platform/qvhid-emulation/usb2/" + usbName;
+    writeUsbDevice(directory, usbName, device.identity);
+    for (const auto &entry : device.hidInterfaces) {
+        Interface interface;
+        interface.description = entry.second;
+        interface.usbDevice = directory;
+        interface.usbName = usbName;
+        interface.ownsUsbDevice = false;
+        plugInterface(entry.first, interface);
+    }
+    std::vector<int> cards;
+    for (const hid::virt::SoundCard &card : device.soundCards)
+        cards.push_back(writeSoundCard(directory, usbName, device.identity, card));
+    return cards;
+}
+
+void EmulatedSystem::plugInterface(int number, const Interface &interface)
+{
     if (m_known.count(number))
         m_server.replug(number);
     else
-        m_server.add(number, description);
-    m_known[number] = description;
-    m_plugged[number] = description;
-    writeSysfs(number, description);
+        m_server.add(number, interface.description);
+    m_known[number] = interface;
+    m_plugged[number] = interface.description;
+    writeSysfs(number, interface);
     const std::string node = format("/dev/hidraw%d", number);
     writeFile(node, {});
     bindMount(format("%s/hidraw/hidraw%d", m_work.c_str(), number), node);
@@ -184,23 +258,36 @@ void EmulatedSystem::unplug(int number)
     m_plugged.erase(number);
 }
 
-void EmulatedSystem::writeSysfs(int number, const hid::virt::DeviceDescription &description)
+void EmulatedSystem::writeUsbDevice(const std::string &directory, const std::string &usbName,
+                                    const hid::virt::DeviceDescription &identity)
 {
-    const SysfsPaths paths(number, description);
+    const fs::path usbDevice = directory;
+    const std::string product = format("%x/%x/%x", identity.vendorId, identity.productId, identity.releaseNumber);
+    fs::create_directories(usbDevice);
+    writeFile(usbDevice / "uevent",
+              format("DEVTYPE=usb_device\nDRIVER=usb\nPRODUCT=%s\nTYPE=0/0/0\nBUSNUM=001\nDEVNUM=%03d\n", product.c_str(),
+                     m_nextUsbDevice + 100));
+    writeFile(usbDevice / "idVendor", format("%04x\n", identity.vendorId));
+    writeFile(usbDevice / "idProduct", format("%04x\n", identity.productId));
+    writeFile(usbDevice / "bcdDevice", format("%04x\n", identity.releaseNumber));
+    // The kernel shows a string attribute only when the device has that string.
+    const std::pair<const char *, const std::wstring &> strings[] = {
+        {"manufacturer", identity.manufacturer}, {"product", identity.product}, {"serial", identity.serialNumber}};
+    for (const auto &string : strings) {
+        if (!string.second.empty())
+            writeFile(usbDevice / string.first, utf8(string.second) + "\n");
+    }
+    link("/sys/bus/usb", usbDevice / "subsystem");
+    link(usbDevice, fs::path("/sys/bus/usb/devices") / usbName);
+}
+
+void EmulatedSystem::writeSysfs(int number, const Interface &interface)
+{
+    const hid::virt::DeviceDescription &description = interface.description;
+    const SysfsPaths paths(number, interface.usbDevice, interface.usbName, description);
     const std::string product = format("%x/%x/%x", description.vendorId, description.productId, description.releaseNumber);
 
     fs::create_directories(paths.hidraw);
-    writeFile(paths.usbDevice / "uevent",
-              format("DEVTYPE=usb_device\nDRIVER=usb\nPRODUCT=%s\nTYPE=0/0/0\nBUSNUM=001\nDEVNUM=%03d\n", product.c_str(),
-                     number + 2));
-    writeFile(paths.usbDevice / "idVendor", format("%04x\n", description.vendorId));
-    writeFile(paths.usbDevice / "idProduct", format("%04x\n", description.productId));
-    writeFile(paths.usbDevice / "bcdDevice", format("%04x\n", description.releaseNumber));
-    writeFile(paths.usbDevice / "manufacturer", utf8(description.manufacturer) + "\n");
-    writeFile(paths.usbDevice / "product", utf8(description.product) + "\n");
-    writeFile(paths.usbDevice / "serial", utf8(description.serialNumber) + "\n");
-    link("/sys/bus/usb", paths.usbDevice / "subsystem");
-
     writeFile(paths.usbInterface / "uevent",
               format("DEVTYPE=usb_interface\nDRIVER=usbhid\nPRODUCT=%s\nTYPE=0/0/0\nINTERFACE=3/0/0\n", product.c_str()));
     writeFile(paths.usbInterface / "bInterfaceNumber", format("%02x\n", description.interfaceNumber));
@@ -224,18 +311,57 @@ void EmulatedSystem::writeSysfs(int number, const hid::virt::DeviceDescription &
     link(paths.hidraw, format("/sys/class/hidraw/hidraw%d", number));
     link(paths.hidraw, format("/sys/dev/char/%u:%d", HidrawMajor, number));
     link(paths.hidDevice, fs::path("/sys/bus/hid/devices") / paths.hidName);
-    link(paths.usbDevice, fs::path("/sys/bus/usb/devices") / paths.usbName);
+}
+
+int EmulatedSystem::writeSoundCard(const std::string &usbDevice, const std::string &usbName,
+                                   const hid::virt::DeviceDescription &identity, const hid::virt::SoundCard &card)
+{
+    int number = 0;
+    while (m_cardIds.count(number))
+        ++number;
+    std::string id = card.id;
+    for (int suffix = 1;; ++suffix) {
+        bool taken = false;
+        for (const auto &other : m_cardIds)
+            taken = taken || other.second == id;
+        if (!taken)
+            break;
+        id = card.id + "_" + std::to_string(suffix);
+    }
+    m_cardIds[number] = id;
+
+    const fs::path interface = fs::path(usbDevice) / format("%s:1.%d", usbName.c_str(), card.interfaceNumber);
+    const fs::path directory = interface / "sound" / format("card%d", number);
+    fs::create_directories(directory);
+    writeFile(interface / "uevent", "DEVTYPE=usb_interface\nDRIVER=snd-usb-audio\nINTERFACE=1/1/0\n");
+    writeFile(interface / "bInterfaceNumber", format("%02x\n", card.interfaceNumber));
+    link("/sys/bus/usb", interface / "subsystem");
+    writeFile(directory / "uevent", {});
+    writeFile(directory / "id", id + "\n");
+    writeFile(directory / "number", format("%d\n", number));
+    link("/sys/class/sound", directory / "subsystem");
+    link("../..", directory / "device");
+    link(directory, format("/sys/class/sound/card%d", number));
+    if (m_udevDatabase)
+        writeFile(format("/run/udev/data/+sound:card%d", number),
+                  "E:ID_ID=" + udevSoundCardId(identity, card.interfaceNumber) + "\n");
+    return number;
 }
 
 void EmulatedSystem::removeSysfs(int number)
 {
-    const SysfsPaths paths(number, m_known.at(number));
+    const Interface &interface = m_known.at(number);
+    const SysfsPaths paths(number, interface.usbDevice, interface.usbName, interface.description);
     std::error_code ignored;
     fs::remove(format("/sys/class/hidraw/hidraw%d", number), ignored);
     fs::remove(format("/sys/dev/char/%u:%d", HidrawMajor, number), ignored);
     fs::remove(fs::path("/sys/bus/hid/devices") / paths.hidName, ignored);
-    fs::remove(fs::path("/sys/bus/usb/devices") / paths.usbName, ignored);
-    fs::remove_all(paths.usbDevice, ignored);
+    if (interface.ownsUsbDevice) {
+        fs::remove(fs::path("/sys/bus/usb/devices") / interface.usbName, ignored);
+        fs::remove_all(paths.usbDevice, ignored);
+    } else {
+        fs::remove_all(paths.hidDevice, ignored);
+    }
 }
 
 } // namespace emulation

@@ -12,8 +12,11 @@
 #include "hidrawmajor.h"
 #include "hidrawserver.h"
 
+#include <virtualmodels.h>
+
 #include <map>
 #include <string>
+#include <vector>
 
 namespace emulation {
 
@@ -32,21 +35,53 @@ public:
     // SYSTEMD_DEVICE_VERIFY_SYSFS=0, without which libudev refuses a /sys that is not sysfs.
     std::string start();
 
-    // Plugs in an interface as /dev/hidraw<number>; its sysfs entries appear with it.
+    // Plugs in an interface as /dev/hidraw<number>, the one interface of a USB device of its
+    // own; its sysfs entries appear with it.
     void plug(int number, const hid::virt::DeviceDescription &description);
     // Pulls it: its sysfs entries and /dev node go, open files fail.
     void unplug(int number);
 
+    // A USB device with any number of HID interfaces and sound cards, as a headset with its
+    // audio on one interface and call control on another, or a dock with audio alone.
+    struct UsbDevice
+    {
+        hid::virt::DeviceDescription identity; // its ids and strings; descriptor and buttons unused
+        std::map<int, hid::virt::DeviceDescription> hidInterfaces; // by hidraw number
+        std::vector<hid::virt::SoundCard> soundCards;
+    };
+    // Plugs it in. Each sound card gets the next free card number, and its id is made unique as
+    // ALSA makes it ("Headset20", then "Headset20_1"); returns the card numbers, in order.
+    std::vector<int> plug(const UsbDevice &device);
+    // Whether udev's database (/run/udev/data) describes the sound cards plugged in from now
+    // on, with ID_ID as udev's rules set it; without it a system looks as one without udev.
+    void setUdevDatabase(bool present) { m_udevDatabase = present; }
+
     HidrawServer &server() { return m_server; }
 
 private:
-    void writeSysfs(int number, const hid::virt::DeviceDescription &description);
+    struct Interface
+    {
+        hid::virt::DeviceDescription description;
+        std::string usbDevice; // its USB device's sysfs directory
+        std::string usbName;   // "1-3"
+        bool ownsUsbDevice = true;
+    };
+
+    void plugInterface(int number, const Interface &interface);
+    void writeUsbDevice(const std::string &directory, const std::string &usbName,
+                        const hid::virt::DeviceDescription &identity);
+    void writeSysfs(int number, const Interface &interface);
     void removeSysfs(int number);
+    int writeSoundCard(const std::string &usbDevice, const std::string &usbName,
+                       const hid::virt::DeviceDescription &identity, const hid::virt::SoundCard &card);
 
     HidrawServer m_server;
     std::string m_work;       // a private tmpfs for the server's mount point and the saved /dev
     std::map<int, hid::virt::DeviceDescription> m_plugged;
-    std::map<int, hid::virt::DeviceDescription> m_known;
+    std::map<int, Interface> m_known;
+    std::map<int, std::string> m_cardIds; // by card number
+    int m_nextUsbDevice = 1;
+    bool m_udevDatabase = true;
     bool m_started = false;
 };
 

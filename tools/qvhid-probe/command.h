@@ -6,8 +6,11 @@
 #include <QStringList>
 #include <QTextStream>
 
+#include <vector>
+
 namespace hid::virt {
 struct Model;
+class VirtualDevice;
 }
 
 namespace probe {
@@ -36,7 +39,12 @@ bool loadDictionary(const QString &command, const QString &file, QString &text);
 // The ready virtual headset `name`; null, after telling the user of `command`, when there is none.
 const hid::virt::Model *findVirtualModel(const QString &command, const QString &name);
 
+// Plugs in every interface of each named virtual headset, appending them to `devices`; false,
+// after telling the user of `command`, when a name is not a model.
+bool plugVirtualModels(const QString &command, const QStringList &models, std::vector<hid::virt::VirtualDevice> &devices);
+
 int runDemo(const QStringList &arguments);
+int runMatch(const QStringList &arguments);
 int runList(const QStringList &arguments);
 int runWatch(const QStringList &arguments);
 int runCheckDictionary(const QStringList &arguments);

@@ -154,10 +154,11 @@ private:
         m_lamps = std::make_unique<Lamps>(interface.descriptor, m_code.outputPage);
         out() << "Bound to interface " << interface.interfaceNumber << " (usage page " << hexId(interface.usagePage)
               << ", usage " << hexId(interface.usage) << ").\n";
-        if (m_model.interfaces.size() > 1 && interface.usagePage != m_code.devUsagePage)
-            out() << "This headset shows its product string on " << m_model.interfaces.size()
-                  << " interfaces, and the library binds the first one enumerated, whatever its usage page:\n"
-                  << "its lamps and buttons are on another interface.\n";
+        if (m_model.interfaces.size() > 1)
+            out() << "This headset shows its product string on " << m_model.interfaces.size() << " interfaces; the library "
+                  << (interface.usagePage == m_code.devUsagePage && interface.usage == m_code.devUsageID
+                          ? "binds the one that is its configuration's call-control collection.\n"
+                          : "binds the first, as none is its configuration's call-control collection.\n");
         out() << "\n"
               << column(QStringLiteral("Who")) << column(QStringLiteral("Does"), 18)
               << column(QStringLiteral("Headset lamps on"), 32) << "The application receives\n";

@@ -7,12 +7,12 @@
 #include "dictionary.h"
 #include "udevrule.h"
 
+#include <hiddevice.h>
 #include <hiddeviceinfo.h>
 #include <hidapi.h>
 #include <hidapi_parser.h>
 #include <virtualmodels.h>
 
-#include <QSet>
 
 #include <cerrno>
 #include <cstdlib>
@@ -98,10 +98,9 @@ public:
             return;
         }
         out() << interfaces.size() << (interfaces.size() == 1 ? " HID interface" : " HID interfaces") << ".\n";
-        QSet<QString> boundProducts;
         for (const Interface &interface : interfaces) {
             out() << "\n";
-            show(interface, boundProducts);
+            show(interface);
         }
         if (m_problems > 0)
             out() << "\n" << m_problems << (m_problems == 1 ? " headset needs" : " headsets need") << " attention (see above).\n";
@@ -110,7 +109,7 @@ public:
     int problems() const { return m_problems; }
 
 private:
-    void show(const Interface &interface, QSet<QString> &boundProducts)
+    void show(const Interface &interface)
     {
         out() << hexId(interface.vid) << ":" << hexId(interface.pid) << "  \"" << interface.product << "\"";
         if (!interface.manufacturer.isEmpty())
@@ -132,28 +131,31 @@ private:
         const hid::HidCode code = hid::HidDeviceDict::getHidCode(interface.vid, interface.pid, isExplicit);
         if (isExplicit) {
             out() << "    dictionary: listed, configuration \"" << configurationOf(interface.vid, interface.pid) << "\"\n";
-            showBinding(interface, code, control, boundProducts);
+            showBinding(interface, code, control);
         } else {
             showUnlisted(interface, control, descriptor != nullptr);
         }
+        showSoundCards(interface);
         out() << "    access: " << access << "\n";
     }
 
-    // The product string names the interface for the library: the first listed interface with
-    // that string is the one bound for an audio device named after it.
-    void showBinding(const Interface &interface, const hid::HidCode &code, const CallControl &control,
-                     QSet<QString> &boundProducts)
+    // Which interface the library binds for an audio device named after the product string: the
+    // library's own choice decides.
+    void showBinding(const Interface &interface, const hid::HidCode &code, const CallControl &control)
     {
         if (interface.product.isEmpty()) {
-            out() << "    binding: none; the interface has no product string to match an audio device by\n";
+            out() << "    binding: none by product string; the interface has none to match an audio device by\n";
             ++m_problems;
             return;
         }
-        if (boundProducts.contains(interface.product)) {
-            out() << "    binding: none; an earlier interface has the same product string and is bound instead\n";
+        hid::HidDevice device(nullptr);
+        device.chooseDevice(interface.product);
+        const QString chosen = device.getInfo().path;
+        if (chosen != interface.path) {
+            out() << "    binding: none by product string; " << chosen
+                  << " has the same product string and is bound instead\n";
             return;
         }
-        boundProducts.insert(interface.product);
         out() << "    binding: the library binds this interface for audio devices named \"... (" << interface.product
               << ")\"\n";
         if (interface.usagePage != code.devUsagePage || interface.usage != code.devUsageID) {
@@ -164,6 +166,34 @@ private:
         } else if (control.found && !control.hasOutputs) {
             out() << "    note: its call-control collection has no lamps\n";
         }
+    }
+
+    // The sound cards of the interface's USB device, and the names of each that bind it.
+    void showSoundCards(const Interface &interface)
+    {
+        const QString usbDevice = hid::UsbDeviceOfHidPath(m_system, interface.path);
+        bool any = false;
+        for (const hid::SoundCard &card : m_cards) {
+            if (usbDevice.isEmpty() || card.usbDevice != usbDevice)
+                continue;
+            any = true;
+            out() << "    sound card " << card.number << " (id " << card.id << ", \"" << card.displayName() << "\")\n";
+            const QStringList names = {QStringLiteral("hw:%1").arg(card.number), QStringLiteral("sysdefault:CARD=%1").arg(card.id),
+                                       QStringLiteral("alsa_card.%1").arg(card.udevId)};
+            hid::HidDevice device(nullptr);
+            device.chooseAudioDevice(names.first());
+            const QString chosen = device.getInfo().path;
+            if (chosen == interface.path)
+                out() << "        binds this interface: " << names.join(QStringLiteral(", "))
+                      << ", and the sound servers' alsa_output." << card.udevId << ".* and alsa_input." << card.udevId
+                      << ".*\n";
+            else if (chosen.isEmpty())
+                out() << "        binds nothing: " << device.getChoice().rule << "\n";
+            else
+                out() << "        binds " << chosen << " instead\n";
+        }
+        if (!any && isDeviceNode(interface.path))
+            out() << "    sound card: none on its USB device\n";
     }
 
     void showUnlisted(const Interface &interface, const CallControl &control, bool descriptorRead)
@@ -186,8 +216,8 @@ private:
         for (const QString &line : dictionaryEntry(control, interface.product, interface.vid, interface.pid).split(QLatin1Char('\n')))
             out() << "        " << line << "\n";
         if (interface.usagePage != control.collectionPage || interface.usage != control.collectionUsage)
-            out() << "    note: the library binds the first interface with the product string \"" << interface.product
-                  << "\"; make sure it is this one\n";
+            out() << "    note: of the interfaces with the product string \"" << interface.product
+                  << "\", the library binds its configuration's call-control collection; make sure it is this one\n";
     }
 
     // Opens the device when the user may, leaving the handle in `handle`, and says so.
@@ -221,6 +251,8 @@ private:
     }
 
     const QList<DictionaryRow> m_rows;
+    const hid::SystemView m_system = hid::LiveSystemView();
+    const QVector<hid::SoundCard> m_cards = hid::ListSoundCards(m_system);
     int m_problems = 0;
 };
 
@@ -253,13 +285,8 @@ int runList(const QStringList &arguments)
     if (!loadDictionary(QStringLiteral("list"), parser.value(dictionary), text))
         return UsageError;
     std::vector<hid::virt::VirtualDevice> virtualDevices;
-    for (const QString &name : parser.values(virtualOption)) {
-        const hid::virt::Model *model = findVirtualModel(QStringLiteral("list"), name);
-        if (!model)
-            return UsageError;
-        for (const hid::virt::VirtualDevice &device : hid::virt::addModel(*model))
-            virtualDevices.push_back(device);
-    }
+    if (!plugVirtualModels(QStringLiteral("list"), parser.values(virtualOption), virtualDevices))
+        return UsageError;
     const QList<DictionaryRow> rows = dictionaryRows(text);
     if (rows.isEmpty()) {
         err() << "qvhid-probe list: the dictionary lists no headset; 'qvhid-probe check-dictionary FILE' tells why.\n";

@@ -72,6 +72,18 @@ const hid::virt::Model *findVirtualModel(const QString &command, const QString &
     return model;
 }
 
+bool plugVirtualModels(const QString &command, const QStringList &models, std::vector<hid::virt::VirtualDevice> &devices)
+{
+    for (const QString &name : models) {
+        const hid::virt::Model *model = findVirtualModel(command, name);
+        if (!model)
+            return false;
+        for (const hid::virt::VirtualDevice &device : hid::virt::addModel(*model))
+            devices.push_back(device);
+    }
+    return true;
+}
+
 } // namespace probe
 
 namespace {
@@ -86,6 +98,7 @@ struct Command
 const Command Commands[] = {
     {"demo", "play a whole call on a virtual headset (no hardware needed)", probe::runDemo},
     {"list", "list the HID interfaces of this machine, and what the library makes of them", probe::runList},
+    {"match", "show which HID interface the library binds for an audio-device name, and why", probe::runMatch},
     {"watch", "bind a headset as a softphone does and show what it does", probe::runWatch},
     {"check-dictionary", "check a headset dictionary and show the codes it gives", probe::runCheckDictionary},
     {"udev-rules", "print udev rules that give users access to their headsets", probe::runUdevRules},

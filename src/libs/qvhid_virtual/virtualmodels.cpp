@@ -174,7 +174,7 @@ DeviceDescription consumerControlInterface()
     description.product = L"Office Headset 40";
     description.manufacturer = L"Virtual Audio";
     description.serialNumber = L"VH-0040";
-    description.interfaceNumber = 3;
+    description.interfaceNumber = 2;
     description.usagePage = 0x0C;
     description.usage = 0x01;
     description.descriptor = {
@@ -208,7 +208,7 @@ DeviceDescription telephonyInterfaceBehindConsumerControl()
     description.productId = consumer.productId;
     description.product = consumer.product;
     description.serialNumber = consumer.serialNumber;
-    description.interfaceNumber = 4;
+    description.interfaceNumber = consumer.interfaceNumber + 1;
     return description;
 }
 
@@ -231,19 +231,24 @@ std::vector<Model> makeModels()
     return {
         {"telephony-headset",
          "Telephony headset, numbered reports (input 1, output 2)",
-         {telephonyHeadset(true)}},
+         {telephonyHeadset(true)},
+         {{0, "Headset20"}}},
         {"telephony-headset-no-ids",
          "Telephony headset without report ids",
-         {telephonyHeadset(false)}},
+         {telephonyHeadset(false)},
+         {{0, "Headset30"}}},
         {"vendor-page-headset",
          "Vendor-page call control: collection 0xFF00/0x05, inputs 0xFF30, lamps 0xFF40",
-         {vendorPageHeadset()}},
+         {vendorPageHeadset()},
+         {{0, "Adapter360"}}},
         {"consumer-first-headset",
          "Headset whose first interface is consumer control, the telephony one second",
-         {consumerControlInterface(), telephonyInterfaceBehindConsumerControl()}},
+         {consumerControlInterface(), telephonyInterfaceBehindConsumerControl()},
+         {{0, "Headset40"}}},
         {"echoing-headset",
          "Telephony headset without report ids that answers every write with an input report",
-         {echoingHeadset()}},
+         {echoingHeadset()},
+         {{0, "Headset310"}}},
     };
 }
 

@@ -10,11 +10,20 @@
 
 namespace hid::virt {
 
+// The sound card that ALSA makes for a USB device's audio interface. Virtual devices have no
+// sound cards; the kernel emulation of the tests shows them in its sysfs.
+struct SoundCard
+{
+    int interfaceNumber = 0;
+    std::string id; // the card id ALSA derives from the device, before it is made unique
+};
+
 struct Model
 {
     std::string name;
     std::string summary;
     std::vector<DeviceDescription> interfaces; // in the order a system enumerates them
+    std::vector<SoundCard> soundCards;         // of the same USB device as the interfaces
 };
 
 // Every ready model; the first is the standard telephony headset.

@@ -1,6 +1,7 @@
 #include "hiddevice.h"
 
 #include "hidlog.h"
+#include "platform/audiodevicename.h"
 #include "platform/hiddevicelookup.h"
 #include "platform/hidreader.h"
 
@@ -74,7 +75,7 @@ bool HidDevice::reset(const QString& name)
     emit hide();
     m_name.clear();
     stopHidReadThread();
-    if (!chooseDevice(getParentDeviceName(name)))
+    if (!chooseAudioDevice(name))
         return false;
     m_name = name;
     return startHidReadTrhead();
@@ -221,6 +222,67 @@ QString HidDevice::getParentDeviceName(const QString& name) const
     return result;
 }
 
+bool HidDevice::chooseAudioDevice(const QString& name)
+{
+    m_info = HidDeviceInfo();
+    m_choice = HidDeviceChoice();
+    // An empty name withdraws the binding, and the default-device alias stands for a device
+    // this platform does not name: neither has a sound card to look up.
+    if (name.trimmed().isEmpty() || IsOSDefault(name))
+        return chooseDevice(getParentDeviceName(name));
+
+    const QVector<SoundCard> cards = ListSoundCards(m_system);
+    const SoundCardMatch match = ResolveAudioDeviceName(name, cards);
+    bool found = false;
+    if (match.kind == SoundCardMatch::Bluetooth) {
+        m_choice.rule = match.rule + QLatin1String(": a Bluetooth device has no USB HID interface");
+    } else if (match.kind == SoundCardMatch::Card) {
+        found = chooseDeviceOfSoundCard(name, cards.at(match.card), match.rule);
+    } else {
+        HID_LOG(log::Trace) << "HID DEVICE Audio device " << name << " names none of the " << cards.size()
+                            << " sound cards of this machine: choosing by product string";
+        const QString parentName = getParentDeviceName(name);
+        found = chooseDevice(parentName);
+        const QString step = QStringLiteral("no sound card; product string \"%1\"").arg(parentName);
+        m_choice.rule = found ? step + QLatin1String(", ") + m_choice.rule
+                              : step + QLatin1String(": no HID interface with it is listed in the dictionary");
+    }
+    if (found)
+        HID_LOG(log::Trace) << "HID DEVICE Chose " << m_info.path << " for " << name << ": " << m_choice.rule;
+    else
+        HID_LOG(log::Trace) << "HID DEVICE Nothing bound for " << name << ": " << m_choice.rule;
+    return found;
+}
+
+bool HidDevice::chooseDeviceOfSoundCard(const QString& name, const SoundCard& card, const QString& rule)
+{
+    m_choice.soundCard = card.number;
+    const QString step = QStringLiteral("sound card %1 (%2) by %3").arg(card.number).arg(card.id, rule);
+    HID_LOG(log::Trace) << "HID DEVICE Audio device " << name << " is sound card " << card.number << " (" << card.id
+                        << ") by " << rule << ", USB device " << (card.isUsb() ? card.usbDevice : QStringLiteral("none"));
+    if (!card.isUsb()) {
+        m_choice.rule = step + QLatin1String(": the card is not a USB device");
+        return false;
+    }
+
+    int interfaces = 0;
+    hid_device_info* devices = hid_enumerate(0, 0);
+    const bool found = chooseAmong(devices, [&](const hid_device_info* record) {
+        const bool sameDevice = record->path && UsbDeviceOfHidPath(m_system, QString::fromUtf8(record->path)) == card.usbDevice;
+        interfaces += sameDevice ? 1 : 0;
+        return sameDevice;
+    });
+    hid_free_enumeration(devices);
+
+    if (found)
+        m_choice.rule = step + QLatin1String(", ") + m_choice.rule;
+    else if (interfaces == 0)
+        m_choice.rule = step + QLatin1String(": its USB device has no HID interface");
+    else
+        m_choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary");
+    return found;
+}
+
 bool HidDevice::chooseDevice(const QString& parentName)
 {
     m_info = HidDeviceInfo();
@@ -237,48 +299,84 @@ bool HidDevice::chooseDevice(const QString& parentName)
 
 bool HidDevice::findDevice(hid_device_info* devices, const QString& name)
 {
-    HID_LOG(log::Trace) << "HID DEVICE Devices list: ";
+    const bool found = chooseAmong(devices, [&name](const hid_device_info* record) { return productString(record) == name; });
+    HID_LOG(log::Trace) << "HID DEVICE findDevice " << found;
+    return found;
+}
+
+bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(const hid_device_info*)>& belongs)
+{
+    HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Devices list: ";
     for (const hid_device_info* record = devices; record; record = record->next) {
-        HID_LOG(log::Trace) << "HID DEVICE Device [" << productString(record)
-                            << "] (vid, pid, hid page, hid usage): (" << record->vendor_id << ", "
-                            << record->product_id << ", " << record->usage_page << ", "
-                            << record->usage << ")";
+        HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Device [" << productString(record)
+                                             << "] (vid, pid, hid page, hid usage): (" << record->vendor_id << ", "
+                                             << record->product_id << ", " << record->usage_page << ", "
+                                             << record->usage << ")";
     }
 
-    bool found = false;
-    for (const hid_device_info* record = devices; record && !found; record = record->next) {
-        if (productString(record) != name)
+    const auto isCallControl = [](const hid_device_info* record, const HidCode& code) {
+        return record->usage_page == code.devUsagePage && record->usage == code.devUsageID;
+    };
+    const hid_device_info* chosen = nullptr;
+    HidCode chosenCode;
+    for (const hid_device_info* record = devices; record; record = record->next) {
+        if (!belongs(record))
             continue;
 
         bool isExplicit = false;
         const HidCode code = HidDeviceDict::getHidCode(record->vendor_id, record->product_id, isExplicit);
-        HID_LOG(log::Trace) << "HID DEVICE Get codes for device (" << record->vendor_id << ", "
-                            << record->product_id << "): " << code.devUsagePage << " "
-                            << code.devUsageID << " " << code.inputPage << " " << code.outputPage
-                            << " explicit: " << isExplicit;
+        HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Get codes for device (" << record->vendor_id << ", "
+                                             << record->product_id << "): " << code.devUsagePage << " "
+                                             << code.devUsageID << " " << code.inputPage << " " << code.outputPage
+                                             << " explicit: " << isExplicit;
         // Only a row of its own makes a headset ours: a vendor-wide row is not enough.
         if (!isExplicit)
             continue;
-
-        m_info.vendorId = record->vendor_id;
-        m_info.productId = record->product_id;
-        m_info.releaseNumber = record->release_number;
-        m_info.name = productString(record);
-        m_info.path = QString::fromUtf8(record->path);
-        m_info.code = code;
-        HID_LOG(log::Trace) << "HID DEVICE Device found vid, pid, hid page, hid usage: "
-                            << record->vendor_id << ", " << record->product_id << ", "
-                            << record->usage_page << ", " << record->usage;
-        found = true;
+        // A headset shows its product string and ids on several interfaces; its buttons and
+        // lamps are on the one that is the configuration's call-control collection. A later
+        // interface replaces an earlier one only for being that collection.
+        if (!chosen || (!isCallControl(chosen, chosenCode) && isCallControl(record, code))) {
+            chosen = record;
+            chosenCode = code;
+        }
+        if (isCallControl(chosen, chosenCode))
+            break;
     }
+    if (!chosen)
+        return false;
 
-    HID_LOG(log::Trace) << "HID DEVICE findDevice " << found;
-    return found;
+    m_info.vendorId = chosen->vendor_id;
+    m_info.productId = chosen->product_id;
+    m_info.releaseNumber = chosen->release_number;
+    m_info.name = productString(chosen);
+    m_info.path = QString::fromUtf8(chosen->path);
+    m_info.code = chosenCode;
+    m_choice.interfaceNumber = chosen->interface_number;
+    m_choice.usagePage = chosen->usage_page;
+    m_choice.usage = chosen->usage;
+    m_choice.rule = isCallControl(chosen, chosenCode)
+                        ? QStringLiteral("interface %1, the configuration's call-control collection").arg(chosen->interface_number)
+                        : QStringLiteral("interface %1, the first listed (none is the configuration's call-control collection)")
+                              .arg(chosen->interface_number);
+    HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Device found vid, pid, hid page, hid usage: "
+                                         << chosen->vendor_id << ", " << chosen->product_id << ", "
+                                         << chosen->usage_page << ", " << chosen->usage;
+    return true;
 }
 
 const HidDeviceInfo& HidDevice::getInfo() const
 {
     return m_info;
+}
+
+const HidDeviceChoice& HidDevice::getChoice() const
+{
+    return m_choice;
+}
+
+void HidDevice::setSystemView(const SystemView& system)
+{
+    m_system = system;
 }
 
 ReaderThread* HidDevice::getReaderThread() const

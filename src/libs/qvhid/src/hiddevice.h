@@ -2,6 +2,7 @@
 #define QVHID_HIDDEVICE_H
 
 #include "hiddeviceinfo.h"
+#include "platform/soundcards.h"
 #include "qvhid_global.h"
 
 #include <QList>
@@ -10,12 +11,25 @@
 #include <QString>
 #include <QThread>
 
+#include <functional>
+
 // hidapi's enumeration record, as its header declares it.
 struct hid_device_info;
 
 namespace hid {
 
 class HidReaderBase;
+
+// How the last choice of an interface went, for diagnostics: which rule led from the
+// audio-device name to the interface, or why none was chosen, and what the chosen interface is.
+struct QVHID_EXPORT HidDeviceChoice
+{
+    QString rule;          // empty until something was chosen or refused
+    int soundCard = -1;    // the card the name stands for, or -1
+    int interfaceNumber = -1;
+    unsigned short usagePage = 0;
+    unsigned short usage = 0;
+};
 
 // The thread of one headset binding: a plain event loop that says when it is destroyed.
 class QVHID_EXPORT ReaderThread : public QThread
@@ -27,9 +41,8 @@ public:
 // Binds one audio-device name to the HID interface of the same headset, and runs that
 // headset's reader on a thread of its own.
 //
-// reset() rebinds: it withdraws the current binding (hide), finds the interface whose product
-// string is the hardware name inside the audio-device name and whose ids the headset
-// dictionary lists explicitly, and starts a new reader for it (show). The reader's gestures and
+// reset() rebinds: it withdraws the current binding (hide), finds the headset's interface for
+// the audio-device name (chooseAudioDevice) and starts a new reader for it (show). The reader's gestures and
 // call states come up through this object's signals on this object's thread; the call-state
 // slots go down to the reader as queued calls.
 //
@@ -65,11 +78,21 @@ public:
     // without an index prefix such as "2-"; the whole name when there is no such group. The
     // alias "Wave mapper" stands for the system's default device.
     QString getParentDeviceName(const QString& name) const;
+    // Chooses the interface for an audio-device name; true when one was chosen. First the name
+    // is taken to a sound card of this machine (hw:N, CARD=id, the sound servers' names,
+    // descriptions; see audiodevicename.h): then only an interface of that card's USB device
+    // can be chosen, or none. A name that stands for no sound card is matched by product
+    // string instead (getParentDeviceName, chooseDevice). Either way only an interface whose
+    // ids the dictionary lists explicitly is chosen, and among several, one whose usage page and
+    // usage are its configuration's call-control collection comes first. The previous choice
+    // is forgotten whatever the outcome.
+    bool chooseAudioDevice(const QString& name);
     // Enumerates the HID devices and chooses the one for `parentName`; true when one was chosen.
     // The previous choice is forgotten whatever the outcome.
     bool chooseDevice(const QString& parentName);
-    // Walks an enumeration list (null is an empty one) and takes the first record whose product
-    // string is `name` and whose ids the dictionary lists explicitly.
+    // Walks an enumeration list (null is an empty one) and takes a record whose product string
+    // is `name` and whose ids the dictionary lists explicitly: the first that is its
+    // configuration's call-control collection, else the first.
     bool findDevice(hid_device_info* devices, const QString& name);
 
     // True when `name` is the system's default-device alias "Wave mapper", in any letter case.
@@ -77,6 +100,10 @@ public:
 
     // The chosen interface; its path is empty when none is chosen.
     const HidDeviceInfo& getInfo() const;
+    // How the interface was chosen, or why none was.
+    const HidDeviceChoice& getChoice() const;
+    // Where sound cards and USB devices are looked up; the live system unless a test says otherwise.
+    void setSystemView(const SystemView& system);
     // The thread of the running binding, or null.
     ReaderThread* getReaderThread() const;
 
@@ -106,6 +133,11 @@ private slots:
     void onReaderFinished();
 
 private:
+    bool chooseDeviceOfSoundCard(const QString& name, const SoundCard& card, const QString& rule);
+    // The walk shared by both steps: of the records that `belongs` accepts and whose ids the
+    // dictionary lists explicitly, the first that is the configuration's call-control
+    // collection, else the first; fills m_info and m_choice.
+    bool chooseAmong(hid_device_info* devices, const std::function<bool(const hid_device_info*)>& belongs);
     void waitForStoppingThreads();
     // Run by the application object's destructor while it still exists: once it is gone, a
     // reader thread can no longer deliver the events that delete its reader and close the
@@ -113,6 +145,8 @@ private:
     static void endBindingsBeforeApplicationEnds();
 
     HidDeviceInfo m_info;
+    HidDeviceChoice m_choice;
+    SystemView m_system = LiveSystemView();
     HidReaderBase* m_reader = nullptr;
     ReaderThread* m_thread = nullptr;
     QString m_name;
