@@ -90,7 +90,11 @@ check_has "$qvhid" \
     'hid::HidDecoder::HidDecoder(hid::HidDeviceInfo const&, hid_device_*)' \
     'hid::CreateHidDecoder(hid::HidDeviceInfo const&, hid_device_*)' \
     'typeinfo for hid::HidDecoderBase' \
-    'typeinfo for hid::HidDecoder'
+    'typeinfo for hid::HidDecoder' \
+    'hid::HidDevice::chooseAudioDevice(QString const&)' \
+    'hid::ListSoundCards(hid::SystemView const&)' \
+    'hid::UsbDeviceOfHidPath(hid::SystemView const&, QString const&)' \
+    'hid::ResolveAudioDeviceName(QString const&, QVector<hid::SoundCard> const&)'
 check_has "$parser" hid_read_descriptor hid_parse_descriptor hid_read_sysfs_descriptor \
     hid_set_element_callback hid_parse_input_report hid_get_output_report
 check_has "$virtual" hid_init hid_exit hid_enumerate hid_free_enumeration hid_open hid_open_path \

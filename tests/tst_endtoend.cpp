@@ -67,6 +67,7 @@ private slots:
     void switchingAudioDeviceRebinds();
     void unpluggingMidCallKeepsTheApplicationAlive();
     void headsetWithUnlistedIdsIsNeverBound();
+    void headsetIsBoundOnItsCallControlInterface();
 
 private:
     void addEveryModel();
@@ -318,6 +319,27 @@ void TestEndToEnd::headsetWithUnlistedIdsIsNeverBound()
     QTest::qWait(50);
     QCOMPARE(events.entries(), (QStringList{"hide", "hide"}));
     QCOMPARE(headset.opens(), 0ul);
+}
+
+void TestEndToEnd::headsetIsBoundOnItsCallControlInterface()
+{
+    // Both interfaces show the product string and the listed ids; the consumer-control one
+    // comes first, but only the telephony one is the configuration's call-control collection.
+    TestHeadset consumer = TestHeadset::add(modelDescription("consumer-first-headset", 0));
+    TestHeadset telephony = TestHeadset::add(modelDescription("consumer-first-headset", 1));
+    m_devices.append({QStringLiteral("consumer"), consumer});
+    m_devices.append({QStringLiteral("telephony"), telephony});
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (Office Headset 40)"));
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 40", "state:Initial"}));
+    QCOMPARE(telephony.openHandles(), 1);
+    QCOMPARE(consumer.opens(), 0ul);
+    manager().onCallIncome();
+    QTRY_COMPARE(telephony.written(), (QStringList{"0200", "0222"}));
+    telephony.press("answer");
+    QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
+    QVERIFY(consumer.written().isEmpty());
 }
 
 QVHID_TEST_HEADSET_MAIN(TestEndToEnd)

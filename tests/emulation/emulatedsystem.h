@@ -11,6 +11,7 @@
 
 #include "hidrawmajor.h"
 #include "hidrawserver.h"
+#include "sysfstree.h"
 
 #include <virtualmodels.h>
 
@@ -52,9 +53,13 @@ public:
     // Plugs it in. Each sound card gets the next free card number, and its id is made unique as
     // ALSA makes it ("Headset20", then "Headset20_1"); returns the card numbers, in order.
     std::vector<int> plug(const UsbDevice &device);
+    // A sound card that is not on USB, as a machine's built-in audio; returns its number.
+    int plugBuiltInSoundCard(const std::string &id);
     // Whether udev's database (/run/udev/data) describes the sound cards plugged in from now
     // on, with ID_ID as udev's rules set it; without it a system looks as one without udev.
     void setUdevDatabase(bool present) { m_udevDatabase = present; }
+    // Takes a sound card out of udev's database, as if udev had never described it.
+    void removeUdevData(int card) { m_sysfs.removeUdevData(card); }
 
     HidrawServer &server() { return m_server; }
 
@@ -62,24 +67,17 @@ private:
     struct Interface
     {
         hid::virt::DeviceDescription description;
-        std::string usbDevice; // its USB device's sysfs directory
-        std::string usbName;   // "1-3"
+        std::string usbName; // its USB device, "1-3"
         bool ownsUsbDevice = true;
     };
 
     void plugInterface(int number, const Interface &interface);
-    void writeUsbDevice(const std::string &directory, const std::string &usbName,
-                        const hid::virt::DeviceDescription &identity);
-    void writeSysfs(int number, const Interface &interface);
-    void removeSysfs(int number);
-    int writeSoundCard(const std::string &usbDevice, const std::string &usbName,
-                       const hid::virt::DeviceDescription &identity, const hid::virt::SoundCard &card);
 
     HidrawServer m_server;
     std::string m_work;       // a private tmpfs for the server's mount point and the saved /dev
     std::map<int, hid::virt::DeviceDescription> m_plugged;
     std::map<int, Interface> m_known;
-    std::map<int, std::string> m_cardIds; // by card number
+    SysfsTree m_sysfs{"/sys", "/run/udev/data"};
     int m_nextUsbDevice = 1;
     bool m_udevDatabase = true;
     bool m_started = false;

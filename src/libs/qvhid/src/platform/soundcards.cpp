@@ -132,6 +132,11 @@ QString SoundCard::displayName() const
         .arg(productId, 4, 16, QLatin1Char('0'));
 }
 
+SystemView::SystemView()
+    : sysfsRoot(QStringLiteral("/sys"))
+{
+}
+
 SystemView LiveSystemView()
 {
     SystemView system;

@@ -41,7 +41,9 @@ struct QVHID_EXPORT SoundCard
 // Where the system is read from. Tests point it at a tree of their own.
 struct QVHID_EXPORT SystemView
 {
-    QString sysfsRoot = QStringLiteral("/sys");
+    SystemView(); // sysfs at /sys, no udev lookup
+
+    QString sysfsRoot;
     // udev's property `key` of the sound card `cardName` ("card2"); empty when udev has none.
     std::function<QString(const QString& cardName, const QString& key)> udevCardProperty;
 };
