@@ -270,7 +270,7 @@ void TestAudioDeviceBinding::probeMatchesEveryNameForm()
     const ProbeRun bound = runProbe({QStringLiteral("match"), QStringLiteral("hw:1"), QStringLiteral("Link Adapter 360")});
     QCOMPARE(bound.exitCode, 0);
     QVERIFY2(bound.out.contains(QStringLiteral("\"hw:1\"\n    binds %1: 0x0B0E:0x030D \"Office Headset 20\", interface 3, usage page "
-                                               "0x000B, usage 0x0005\n    by sound card 1 (Headset20) by ALSA card index hw:1")
+                                               "0x000B, usage 0x0005\n    rule: sound card 1 (Headset20) by ALSA card index hw:1")
                                     .arg(a)),
              qPrintable(bound.out));
     QCOMPARE(runProbe({QStringLiteral("match")}).exitCode, 2);

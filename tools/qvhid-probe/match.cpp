@@ -55,7 +55,7 @@ void showText(const QJsonObject &choice)
           << choice.value(QStringLiteral("interfaceNumber")).toInt() << ", usage page "
           << hexId(uint(choice.value(QStringLiteral("usagePage")).toInt())) << ", usage "
           << hexId(uint(choice.value(QStringLiteral("usage")).toInt())) << "\n"
-          << "    by " << choice.value(QStringLiteral("rule")).toString() << "\n";
+          << "    rule: " << choice.value(QStringLiteral("rule")).toString() << "\n";
 }
 
 } // namespace
