@@ -1,16 +1,13 @@
 #include "emulatedsystem.h"
 
-#include <QString>
+#include "textformat.h"
 
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -25,17 +22,6 @@ namespace {
 std::string failure(const std::string &what)
 {
     return what + ": " + std::strerror(errno);
-}
-
-std::string format(const char *pattern, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char *pattern, ...)
-{
-    char buffer[512];
-    va_list arguments;
-    va_start(arguments, pattern);
-    std::vsnprintf(buffer, sizeof buffer, pattern, arguments);
-    va_end(arguments);
-    return buffer;
 }
 
 void createFile(const std::string &path)

@@ -1,15 +1,14 @@
 #include "sysfstree.h"
 
+#include "hidrawmajor.h"
+#include "textformat.h"
+
 #include <QString>
 
 #include <cctype>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <utility>
-
-#include "hidrawmajor.h"
 
 namespace emulation {
 
@@ -20,17 +19,6 @@ namespace {
 std::string utf8(const std::wstring &text)
 {
     return QString::fromStdWString(text).toUtf8().toStdString();
-}
-
-std::string format(const char *pattern, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char *pattern, ...)
-{
-    char buffer[512];
-    va_list arguments;
-    va_start(arguments, pattern);
-    std::vsnprintf(buffer, sizeof buffer, pattern, arguments);
-    va_end(arguments);
-    return buffer;
 }
 
 // Writes `bytes` exactly, binary descriptors included.
