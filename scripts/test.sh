@@ -28,6 +28,8 @@ bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtba
 build_type=RelWithDebInfo
 [ -n "$sanitize" ] && build_type=Debug
 
-cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE="$build_type" -DQVHID_SANITIZE="$sanitize"
+# Benchmarks and tests on, whatever an earlier demo.sh left in the same build directory.
+cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE="$build_type" -DQVHID_SANITIZE="$sanitize" \
+    -DQVHID_BUILD_TESTS=ON -DQVHID_BUILD_BENCHMARKS=ON
 cmake --build "$build_dir" -j"$(nproc)"
 ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)"

@@ -8,6 +8,7 @@
 #include "testheadset.h"
 #include "virtualheadsets.h"
 
+#include <hiddevice.h>
 #include <hiddevicemanager.h>
 
 #include <QtTest>
@@ -65,7 +66,9 @@ private slots:
     void headsetPressesArriveAsGestures();
     void modelThatAnswersEmptyReportsWithAClick();
     void switchingAudioDeviceRebinds();
-    void unpluggingMidCallKeepsTheApplicationAlive();
+    void unplugMidCallAndReplugResumesTheCall_data();
+    void unplugMidCallAndReplugResumesTheCall();
+    void headsetPluggedInAfterTheApplicationChoseIt();
     void headsetWithUnlistedIdsIsNeverBound();
     void headsetIsBoundOnItsCallControlInterface();
 
@@ -79,6 +82,8 @@ private:
 void TestEndToEnd::initTestCase()
 {
     QVHID_REQUIRE_TEST_HEADSETS();
+    // The binding watches where these headsets' nodes come and go.
+    manager().findChild<hid::HidDevice *>()->setSystemView(TestHeadset::systemView());
 }
 
 void TestEndToEnd::init()
@@ -89,9 +94,10 @@ void TestEndToEnd::init()
 
 void TestEndToEnd::cleanup()
 {
-    // Leave the one manager unbound, with every reader gone, for the next test.
+    // Leave the one manager unbound, with every reader gone and no call, for the next test.
     CapturingLogger logger;
     manager().onActiveAudioDeviceChanged(QString());
+    manager().onCallEnd();
     for (const auto &device : qAsConst(m_devices))
         QTRY_COMPARE(device.second.openHandles(), 0);
     hid::HidDeviceDict::init();
@@ -261,41 +267,69 @@ void TestEndToEnd::switchingAudioDeviceRebinds()
     QCOMPARE(events.since(7), QStringList{"state:Incoming call"});
 }
 
-void TestEndToEnd::unpluggingMidCallKeepsTheApplicationAlive()
+void TestEndToEnd::unplugMidCallAndReplugResumesTheCall_data()
 {
+    QTest::addColumn<bool>("newPath");
+    QTest::newRow("same path") << false;
+    QTest::newRow("new path") << true;
+}
+
+void TestEndToEnd::unplugMidCallAndReplugResumesTheCall()
+{
+    QFETCH(bool, newPath);
     addEveryModel();
     TestHeadset headset = deviceOf("telephony-headset");
     BindingEvents events;
     events.watch(&manager());
-    const QString audioDevice = QStringLiteral("Headset Microphone (2- Office Headset 20)");
-    manager().onActiveAudioDeviceChanged(audioDevice);
-    QTRY_COMPARE(events.size(), 3);
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
     manager().onCallIncome();
     QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
     headset.press("answer");
-    QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
+    QTRY_COMPARE(events.since(4), QStringList{"click"});
     manager().onCallUnmuted();
     QTRY_COMPARE(events.since(5), QStringList{"state:Talk"});
 
     headset.unplug();
-    // The call goes on in the application; the reader's writes fail and it keeps going.
+    QTRY_COMPARE(events.since(6), QStringList{"hide"});
+    // The call goes on in the application while the headset is away.
     manager().onCallMuted();
     manager().onCallHold();
-    QTRY_COMPARE(events.since(6), (QStringList{"state:Talk muted", "state:Hold"}));
-    manager().onCallEnd();
-    QTRY_COMPARE(events.since(6), (QStringList{"state:Talk muted", "state:Hold", "state:Initial"}));
-    QTest::qWait(100);
-    QCOMPARE(events.size(), 9);
-    QCOMPARE(headset.written(), (QStringList{"0200", "0222", "0221"}));
+    QTRY_COMPARE(headset.openHandles(), 0);
 
-    // Replugged, the headset is bound again when the application reports its audio device anew.
-    headset.replug();
-    manager().onActiveAudioDeviceChanged(QStringLiteral("Speakers (Built-in Audio)"));
-    manager().onActiveAudioDeviceChanged(audioDevice);
-    QTRY_COMPARE(events.since(9), (QStringList{"hide", "hide", "show:Office Headset 20", "state:Initial"}));
-    QCOMPARE(headset.openHandles(), 1);
+    headset.clearWritten();
+    const TestHeadset replugged = newPath ? headset.replugUnderANewPath() : (headset.replug(), headset);
+    if (newPath)
+        m_devices.append({QStringLiteral("replugged"), replugged});
+    QTRY_COMPARE(events.since(7), (QStringList{"show:Office Headset 20", "state:Initial", "state:Hold"}));
+    // Lamps all off, then Off-Hook, Hold and On-Line: the call as the application left it.
+    QTRY_COMPARE(replugged.written(), (QStringList{"0200", "0229"}));
+    QCOMPARE(replugged.openHandles(), 1);
+    replugged.press("mute");
+    replugged.release("mute");
+    QTRY_COMPARE(events.since(10), QStringList{"mute"});
+    manager().onCallUnmuted();
+    QTRY_COMPARE(events.since(10), (QStringList{"mute", "state:Talk"}));
+    QCOMPARE(replugged.written().last(), QStringLiteral("0221"));
+}
+
+void TestEndToEnd::headsetPluggedInAfterTheApplicationChoseIt()
+{
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QCOMPARE(events.entries(), QStringList{"hide"});
     manager().onCallIncome();
-    QTRY_COMPARE(headset.written().last(), QStringLiteral("0222"));
+    QTest::qWait(1000);
+    QElapsedTimer sincePlugIn;
+    sincePlugIn.start();
+    const TestHeadset headset = TestHeadset::add(modelDescription("telephony-headset"));
+    m_devices.append({QStringLiteral("telephony-headset"), headset});
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
+    QTRY_COMPARE(headset.written(), (QStringList{"0200", "0222"}));
+    qInfo("bound and ringing %lld ms after the plug-in", static_cast<long long>(sincePlugIn.elapsed()));
+    headset.press("answer");
+    QTRY_COMPARE(events.since(4), QStringList{"click"});
 }
 
 void TestEndToEnd::headsetWithUnlistedIdsIsNeverBound()

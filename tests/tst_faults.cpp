@@ -5,6 +5,7 @@
 #include "bindingevents.h"
 #include "capturinglogger.h"
 #include "virtualheadsets.h"
+#include "virtualnodes.h"
 
 #include <hiddevice.h>
 #include <hiddevicemanager.h>
@@ -27,15 +28,21 @@ HidDeviceManager &manager()
     return HidDeviceManager::Instance();
 }
 
-// Binds the headset and waits for its reader's first state.
+// Binds the headset and waits for this binding's reader to enter its first state: the binding
+// is shown at once, and its Initial is the first state after that.
 bool bind(BindingEvents &events, const QString &audioDevice = AudioDevice)
 {
     const int before = events.size();
     manager().onActiveAudioDeviceChanged(audioDevice);
-    QDeadlineTimer deadline(5000);
-    while (!events.since(before).contains(QStringLiteral("state:Initial")) && !deadline.hasExpired())
+    int shown = events.size() - 1;
+    while (shown >= before && !events.entries().at(shown).startsWith(QLatin1String("show:")))
+        --shown;
+    if (shown < before)
+        return false;
+    QDeadlineTimer deadline(10000);
+    while (!events.since(shown).contains(QStringLiteral("state:Initial")) && !deadline.hasExpired())
         QTest::qWait(5);
-    return events.since(before).contains(QStringLiteral("state:Initial"));
+    return events.since(shown).contains(QStringLiteral("state:Initial"));
 }
 
 // The standard telephony headset, plugged in with one fault.
@@ -122,6 +129,7 @@ class TestFaults : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void cleanup();
 
@@ -142,6 +150,12 @@ private:
     std::unique_ptr<CapturingLogger> m_log;
 };
 
+void TestFaults::initTestCase()
+{
+    // The binding watches where the virtual headsets' nodes come and go.
+    manager().findChild<hid::HidDevice *>()->setSystemView(VirtualNodes::instance().systemView());
+}
+
 void TestFaults::init()
 {
     m_log = std::make_unique<CapturingLogger>();
@@ -152,7 +166,8 @@ void TestFaults::init()
 void TestFaults::cleanup()
 {
     manager().onActiveAudioDeviceChanged(QString());
-    hid::virt::removeAllDevices();
+    manager().onCallEnd();
+    VirtualNodes::instance().removeAll();
     m_log.reset();
 }
 
@@ -226,27 +241,28 @@ void TestFaults::failingWritesLoseNoLaterState()
 
 void TestFaults::unplugDuringABurstAndReplugUnderANewPath()
 {
-    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
     BindingEvents events;
     events.watch(&manager());
     QVERIFY(bind(events));
+    const int bound = events.size();
     // A burst on its way, then the plug pulled between its reports.
     headset.press("mute");
     headset.release("mute", std::chrono::milliseconds(2));
     headset.press("answer", std::chrono::milliseconds(3));
-    headset.unplug();
-    manager().onCallIncome(); // the application goes on; the write fails
-    QTRY_VERIFY(events.entries().contains(QStringLiteral("state:Incoming call")));
+    nodes.unplug(headset);
+    // Whatever of the burst was read before the plug was pulled may have made a gesture; then
+    // the binding is withdrawn, once.
+    QTRY_VERIFY(events.since(bound).endsWith(QStringLiteral("hide")));
+    QCOMPARE(events.since(bound).count(QStringLiteral("hide")), 1);
+    QVERIFY(logged(*m_log, Error, ReaderFile, "onHIDEventTimeout", QStringLiteral("HID READER Device gone: device disconnected")));
+    const int withdrawn = events.size();
+    manager().onCallIncome(); // the application goes on, and ends the call
     manager().onCallEnd();
-    QTRY_COMPARE(events.entries().count(QStringLiteral("state:Initial")), 2);
-    // A read that fails is not logged; the failed writes are, with their result.
-    const QStringList afterUnplug = loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [02 22 ]  result is -1"));
-    QVERIFY(afterUnplug.contains(QStringLiteral("HID READER onCallEnd WRITED: [02 00 ]  result is -1")));
-    QVERIFY(!afterUnplug.contains(QStringLiteral("HID READER event readed")));
 
-    headset.replug("virtual-hid/replugged");
-    manager().onActiveAudioDeviceChanged(QString());
-    QVERIFY(bind(events));
+    nodes.replug(headset, true);
+    QTRY_COMPARE(events.since(withdrawn), (QStringList{"show:Office Headset 20", "state:Initial"}));
     QCOMPARE(headset.openHandles(), 1);
     headset.clearWrittenReports();
     const int rebound = events.size();
@@ -264,7 +280,8 @@ void TestFaults::unplugDuringAWriteAndReplugUnderTheSamePath()
     // This headset's ring is two output reports: the plug is pulled as the first arrives.
     const QStringList reference = wholeCallReports("vendor-page-headset");
     QVERIFY(!reference.isEmpty());
-    VirtualDevice headset = VirtualDevice::add(modelDescription("vendor-page-headset"));
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("vendor-page-headset"));
     const QString audioDevice = QStringLiteral("Headset Earphone (3- Link Adapter 360)");
     BindingEvents events;
     events.watch(&manager());
@@ -272,36 +289,40 @@ void TestFaults::unplugDuringAWriteAndReplugUnderTheSamePath()
     m_log->clear();
     headset.clearWrittenReports();
     headset.setResponder([headset](const hid::virt::Bytes &) mutable {
-        headset.unplug();
+        VirtualNodes::instance().unplug(headset);
         return std::vector<hid::virt::Bytes>();
     });
+    const int bound = events.size();
     manager().onCallIncome();
-    QTRY_VERIFY(events.entries().contains(QStringLiteral("state:Incoming call")));
+    // The first report went out; the second met the pulled plug, the state was still entered,
+    // and then the reader found the headset gone.
+    QTRY_COMPARE(events.since(bound), (QStringList{"state:Incoming call", "hide"}));
     QCOMPARE(writtenHex(headset), reference.mid(0, 1));
-    // The first report went out; the second met the pulled plug, and the state was still entered.
     QCOMPARE(loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [05 02 ]  result is 2")).mid(0, 2),
              (QStringList{"HID READER onCallIncome WRITED: [05 22 ]  result is -1",
                           "State: Incoming call headset state entered"}));
-    manager().onCallEnd();
-    QTRY_COMPARE(events.entries().count(QStringLiteral("state:Initial")), 2);
 
+    // Plugged in again while the call still rings: bound, and ringing again.
     headset.setResponder({});
-    headset.replug();
-    manager().onActiveAudioDeviceChanged(QString());
-    QVERIFY(bind(events, audioDevice));
     headset.clearWrittenReports();
-    const int rebound = events.size();
-    for (auto slot : WholeCall)
+    nodes.replug(headset);
+    QTRY_COMPARE(events.since(bound + 2), (QStringList{"show:Link Adapter 360", "state:Initial", "state:Incoming call"}));
+    const QStringList initReports = {"0520", "0500"};
+    QTRY_COMPARE(writtenHex(headset), initReports + reference.mid(0, 2));
+    headset.clearWrittenReports();
+    const int resumed = events.size();
+    for (auto slot : WholeCall.mid(1))
         (manager().*slot)();
-    QTRY_COMPARE(events.since(rebound), WholeCallStates);
-    QTRY_COMPARE(writtenHex(headset), reference);
+    QTRY_COMPARE(events.since(resumed), WholeCallStates.mid(1));
+    QTRY_COMPARE(writtenHex(headset), reference.mid(2));
 }
 
 void TestFaults::unplugDuringAReadBack()
 {
     // The headset answers a write with a report every 5 ms for a second; the plug is pulled
     // while the reader is reading them back.
-    VirtualDevice headset = VirtualDevice::add(modelDescription("echoing-headset"));
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("echoing-headset"));
     const QString audioDevice = QStringLiteral("Microphone (Desk Headset 310)");
     BindingEvents events;
     events.watch(&manager());
@@ -312,22 +333,20 @@ void TestFaults::unplugDuringAReadBack()
         return std::vector<hid::virt::Bytes>();
     });
     headset.clearWrittenReports();
+    const int bound = events.size();
     manager().onCallIncome();
     QTRY_COMPARE(writtenHex(headset).size(), 1);
     QTest::qWait(100);
-    headset.unplug();
-    QTRY_VERIFY(events.entries().contains(QStringLiteral("state:Incoming call")));
+    nodes.unplug(headset);
+    QTRY_COMPARE(events.since(bound), (QStringList{"state:Incoming call", "hide"}));
     // The answers read before the plug was pulled were logged and discarded; the read-back
-    // ended at the failed read, and the state was entered.
+    // ended at the failed read, and the state was entered before the reader found the headset gone.
     const QStringList afterWrite = loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [00 22 ]  result is 2"));
     const int answersRead = afterWrite.indexOf(QStringLiteral("State: Incoming call headset state entered"));
     QVERIFY2(answersRead > 0 && answersRead < 200, qPrintable(QString::number(answersRead)));
     QCOMPARE(afterWrite.mid(0, answersRead).count(QStringLiteral("HID READER onCallIncome READED: [00 00 ]")), answersRead);
     QVERIFY(!afterWrite.contains(QStringLiteral("HID READER event readed")));
-    QVERIFY(events.entries().endsWith(QStringLiteral("state:Incoming call")));
-    manager().onCallEnd();
-    QTRY_COMPARE(events.entries().count(QStringLiteral("state:Initial")), 2);
-    QVERIFY(m_log->texts().contains(QStringLiteral("HID READER onCallEnd WRITED: [00 00 ]  result is -1")));
+    QVERIFY(afterWrite.contains(QStringLiteral("HID READER Device gone: device disconnected")));
 }
 
 void TestFaults::unplugDuringADrain()
@@ -335,7 +354,8 @@ void TestFaults::unplugDuringADrain()
     // A model that drains what the headset sends for 700 ms after each gesture.
     manager().InitHidDevices(QStringLiteral(R"({"configurations": {"Slow": {"longDelay": true}},
         "devices": [{"vid": "0x0B0E", "pid": "0x030D", "configuration": "Slow"}]})"));
-    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
     BindingEvents events;
     events.watch(&manager());
     QVERIFY(bind(events));
@@ -346,15 +366,17 @@ void TestFaults::unplugDuringADrain()
     QTest::qWait(100);
     QElapsedTimer sinceUnplug;
     sinceUnplug.start();
-    headset.unplug();
+    // Queued while the reader drains: it is taken as soon as the drain ends.
     manager().onCallIncome();
-    QTRY_COMPARE(events.since(before), (QStringList{"mute", "state:Incoming call"}));
+    nodes.unplug(headset);
+    QTRY_COMPARE(events.since(before), (QStringList{"mute", "state:Incoming call", "hide"}));
     // The drain ended at the failed read, not 700 ms after the gesture; so did the one after
-    // the failed write.
+    // the failed write; the next read found the headset gone.
     QVERIFY2(sinceUnplug.elapsed() < 1000, qPrintable(QString::number(sinceUnplug.elapsed())));
-    QCOMPARE(loggedAfter(*m_log, QStringLiteral("HID READER Mute emitted ")),
+    QCOMPARE(loggedAfter(*m_log, QStringLiteral("HID READER Mute emitted ")).mid(0, 5),
              (QStringList{"HID READER long delay READ ended", "HID READER onCallIncome WRITED: [02 22 ]  result is -1",
-                          "HID READER long delay READ ended", "State: Incoming call headset state entered"}));
+                          "HID READER long delay READ ended", "State: Incoming call headset state entered",
+                          "HID READER Device gone: device disconnected"}));
 }
 
 void TestFaults::floodThenQuietLosesNoCallState()

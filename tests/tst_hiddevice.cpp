@@ -7,7 +7,9 @@
 #include "declaredmethods.h"
 #include "liveobjects.h"
 #include "signalrecorder.h"
+#include "stresscount.h"
 #include "virtualheadsets.h"
+#include "virtualnodes.h"
 
 #include <hiddevice.h>
 #include <platform/hiddevicelookup.h>
@@ -175,6 +177,12 @@ private slots:
     void destroyingAnUnboundDeviceHidesOnce();
     void destroyingABoundDeviceEndsItsReader();
     void readerThreadSaysWhenItIsDestroyed();
+
+    void withdrawnBindingSendsNothingMore();
+    void unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn();
+    void headsetPluggedInAfterItsNameWasReported();
+    void headsetThatCannotBeOpenedIsTriedAgainOnlyOnAPlugEvent();
+    void noWaitingWithoutAName();
 };
 
 // --- The hardware name --------------------------------------------------------------------------
@@ -687,6 +695,145 @@ void TestHidDevice::readerThreadSaysWhenItIsDestroyed()
     QCOMPARE(lines[0].level, 7);
     // A plain thread: no meta-object of its own.
     QCOMPARE(hid::ReaderThread::staticMetaObject.className(), "QThread");
+}
+
+// --- Withdrawn bindings, unplugging and plugging in -------------------------------------------------
+
+void TestHidDevice::withdrawnBindingSendsNothingMore()
+{
+    // Each binding is withdrawn right after a call state and a press were given to it, and after
+    // its reader has had the time to act on both: what the reader sent back is still queued for
+    // this thread when the next binding replaces it, and must never arrive.
+    VirtualDevice office = VirtualDevice::add(modelDescription("telephony-headset"));
+    VirtualDevice desk = VirtualDevice::add(modelDescription("echoing-headset"));
+    HidDevice device(nullptr);
+    BindingEvents events;
+    events.watch(&device);
+    const int Rebinds = stressCount("QVHID_STALE_REBINDS", 60);
+    QStringList expected;
+    for (int i = 0; i < Rebinds; ++i) {
+        const bool toOffice = i % 2 == 0;
+        VirtualDevice &headset = toOffice ? office : desk;
+        device.reset(toOffice ? EndpointOfHeadset20 : QStringLiteral("Microphone (Desk Headset 310)"));
+        expected << QStringLiteral("hide") << QStringLiteral("show:") + QString::fromStdWString(headset.description().product)
+                 << QStringLiteral("state:Initial");
+        QTRY_COMPARE(events.entries(), expected);
+        device.onCallIncome();
+        headset.press("answer");
+        headset.release("answer");
+        // No event loop runs here: whatever the reader sends meanwhile stays queued.
+        std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    }
+    device.reset(QString());
+    expected << QStringLiteral("hide");
+    // Every reader has ended, so all it ever sent has been queued by now; deliver it.
+    QTRY_VERIFY(office.openHandles() == 0 && desk.openHandles() == 0);
+    QCoreApplication::processEvents();
+    QCOMPARE(events.entries(), expected);
+}
+
+void TestHidDevice::unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn()
+{
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    CapturingLogger logger;
+    HidDevice device(nullptr);
+    device.setSystemView(nodes.systemView());
+    BindingEvents events;
+    events.watch(&device);
+    QVERIFY(device.reset(EndpointOfHeadset20));
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
+    device.onCallUnmuted(); // not taken from Initial: the call is reported, the headset stays
+    device.onCallIncome();
+    QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+
+    nodes.unplug(headset);
+    QTRY_COMPARE(events.since(4), QStringList{"hide"});
+    QVERIFY(!device.getReaderThread());
+    QCOMPARE(device.getName(), EndpointOfHeadset20);
+    QVERIFY(logger.texts().contains(QStringLiteral("HID READER Device gone: device disconnected")));
+    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Waiting for a headset for ") + EndpointOfHeadset20));
+    QTRY_COMPARE(headset.openHandles(), 0);
+    device.onCallUnmuted(); // answered while the headset is away
+
+    headset.clearWrittenReports();
+    nodes.replug(headset);
+    QTRY_COMPARE(events.since(5), (QStringList{"show:Office Headset 20", "state:Initial", "state:Talk"}));
+    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0221"}));
+    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Headset plugged in for ") + EndpointOfHeadset20));
+    QCOMPARE(headset.openHandles(), 1);
+    headset.press("mute");
+    headset.release("mute");
+    QTRY_COMPARE(events.since(8), QStringList{"mute"});
+    QCOMPARE(events.entries().count(QStringLiteral("hide")), 2);
+    nodes.removeAll();
+}
+
+void TestHidDevice::headsetPluggedInAfterItsNameWasReported()
+{
+    VirtualNodes &nodes = VirtualNodes::instance();
+    HidDevice device(nullptr);
+    device.setSystemView(nodes.systemView());
+    BindingEvents events;
+    events.watch(&device);
+    QVERIFY(!device.reset(EndpointOfHeadset20));
+    QCOMPARE(events.entries(), QStringList{"hide"});
+    device.onCallIncome();
+    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
+    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0222"}));
+    QCOMPARE(device.getName(), EndpointOfHeadset20);
+    // Another headset plugged in now changes nothing: the binding has its headset.
+    VirtualDevice other = nodes.add(modelDescription("telephony-headset"));
+    QTest::qWait(200);
+    QCOMPARE(other.counters().opens, 0ul);
+    QCOMPARE(events.size(), 4);
+    nodes.removeAll();
+}
+
+void TestHidDevice::headsetThatCannotBeOpenedIsTriedAgainOnlyOnAPlugEvent()
+{
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    hid::virt::Faults faults;
+    faults.openFails = true;
+    headset.setFaults(faults);
+    CapturingLogger logger;
+    HidDevice device(nullptr);
+    device.setSystemView(nodes.systemView());
+    BindingEvents events;
+    events.watch(&device);
+    QVERIFY(device.reset(EndpointOfHeadset20));
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "hide"}));
+    QVERIFY(logger.texts().contains(QStringLiteral("HID READER Failed to open device ") + pathOf(headset)));
+    headset.setFaults({});
+    QTest::qWait(300);
+    QCOMPARE(events.size(), 3); // no retry by itself
+    // Any hidraw node that comes or goes is a plug event.
+    nodes.add(modelDescription("echoing-headset"));
+    QTRY_COMPARE(events.since(3), (QStringList{"show:Office Headset 20", "state:Initial"}));
+    QCOMPARE(headset.openHandles(), 1);
+    nodes.removeAll();
+}
+
+void TestHidDevice::noWaitingWithoutAName()
+{
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    CapturingLogger logger;
+    HidDevice device(nullptr);
+    device.setSystemView(nodes.systemView());
+    BindingEvents events;
+    events.watch(&device);
+    QVERIFY(device.reset(EndpointOfHeadset20));
+    QTRY_COMPARE(events.size(), 3);
+    device.reset(QString());
+    nodes.unplug(headset);
+    nodes.replug(headset);
+    QTest::qWait(200);
+    QCOMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "hide"}));
+    QVERIFY(logger.texts().filter(QStringLiteral("HID DEVICE Waiting for a headset")).isEmpty());
+    nodes.removeAll();
 }
 
 QTEST_GUILESS_MAIN(TestHidDevice)

@@ -107,6 +107,20 @@ void TestHeadset::replug() const
     system().plug(m_id, emulated().devices.at(m_id));
 }
 
+TestHeadset TestHeadset::replugUnderANewPath() const
+{
+    Emulation &state = emulated();
+    const int number = state.nextNumber++;
+    state.devices[number] = state.devices.at(m_id);
+    system().plug(number, state.devices.at(number));
+    return TestHeadset(number);
+}
+
+hid::SystemView TestHeadset::systemView()
+{
+    return hid::LiveSystemView();
+}
+
 QStringList TestHeadset::written() const
 {
     QStringList result;

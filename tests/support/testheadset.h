@@ -5,6 +5,7 @@
 // virtual headset behind the virtual hidapi (virtualtestheadset.cpp), or an emulated hidraw
 // device behind the system's own hidapi and libudev (emulation/emulatedtestheadset.cpp).
 
+#include <platform/soundcards.h>
 #include <virtualhid.h>
 
 #include <QString>
@@ -22,6 +23,8 @@ public:
 
     static TestHeadset add(const hid::virt::DeviceDescription &description);
     static void removeAll();
+    // Where a binding looks for sound cards and watches for plugged headsets, to see these.
+    static hid::SystemView systemView();
 
     TestHeadset() = default;
 
@@ -32,6 +35,8 @@ public:
     void inject(const hid::virt::Bytes &report) const;
     void unplug() const;
     void replug() const; // under the same path
+    // Plugs an unplugged headset in again under another path; the headset as it now is.
+    TestHeadset replugUnderANewPath() const;
 
     // Every report the headset received, in order, as lowercase hex: "0222".
     QStringList written() const;

@@ -2,6 +2,7 @@
 
 #include "testheadset.h"
 #include "virtualheadsets.h"
+#include "virtualnodes.h"
 
 #include <map>
 
@@ -32,14 +33,14 @@ QString TestHeadset::unavailable()
 
 TestHeadset TestHeadset::add(const hid::virt::DeviceDescription &description)
 {
-    const VirtualDevice device = VirtualDevice::add(description);
+    const VirtualDevice device = VirtualNodes::instance().add(description);
     devices()[device.id()] = device;
     return TestHeadset(device.id());
 }
 
 void TestHeadset::removeAll()
 {
-    hid::virt::removeAllDevices();
+    VirtualNodes::instance().removeAll();
     devices().clear();
 }
 
@@ -65,12 +66,26 @@ void TestHeadset::inject(const hid::virt::Bytes &report) const
 
 void TestHeadset::unplug() const
 {
-    deviceOf(m_id).unplug();
+    VirtualDevice device = deviceOf(m_id);
+    VirtualNodes::instance().unplug(device);
 }
 
 void TestHeadset::replug() const
 {
-    deviceOf(m_id).replug();
+    VirtualDevice device = deviceOf(m_id);
+    VirtualNodes::instance().replug(device);
+}
+
+TestHeadset TestHeadset::replugUnderANewPath() const
+{
+    VirtualDevice device = deviceOf(m_id);
+    VirtualNodes::instance().replug(device, true);
+    return *this;
+}
+
+hid::SystemView TestHeadset::systemView()
+{
+    return VirtualNodes::instance().systemView();
 }
 
 QStringList TestHeadset::written() const

@@ -69,6 +69,7 @@ struct Counters
     unsigned long opens = 0;  // successful opens
     unsigned long reads = 0;  // read calls, also those that time out or fail
     unsigned long writes = 0; // write calls, also those that fail
+    unsigned long interruptedReads = 0; // reads failed by Faults::nextReadFails
 };
 
 // Failures to inject; all off by default.
@@ -77,6 +78,8 @@ struct Faults
     bool openFails = false;
     bool descriptorUnreadable = false;
     bool writesFail = false;
+    // The next read fails once (-1), as a read that a signal interrupts; then it clears itself.
+    bool nextReadFails = false;
 };
 
 // Answers a written report (as the device received it) with input reports.

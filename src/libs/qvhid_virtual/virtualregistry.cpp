@@ -393,6 +393,12 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
     if (!handle)
         return -1;
     ++handle->device->counters.reads;
+    if (handle->device->faults.nextReadFails) {
+        handle->device->faults.nextReadFails = false;
+        ++handle->device->counters.interruptedReads;
+        handle->error = L"Interrupted system call";
+        return -1;
+    }
     if (!data || length == 0) {
         handle->error = L"invalid buffer";
         return -1;

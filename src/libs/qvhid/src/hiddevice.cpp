@@ -3,12 +3,15 @@
 #include "hidlog.h"
 #include "platform/audiodevicename.h"
 #include "platform/hiddevicelookup.h"
+#include "platform/hidnodewatcher.h"
 #include "platform/hidreader.h"
 
 #include <hidapi.h>
 
 #include <QCoreApplication>
 #include <QRegExp>
+
+#include <unistd.h>
 
 #include <unordered_set>
 
@@ -21,6 +24,10 @@ const QString DefaultDeviceAlias = QStringLiteral("Wave mapper");
 // How long the destructor waits for a reader thread to end its loop: longer than the longest
 // thing a reader does without returning to it (a 700 ms drain after a long command).
 constexpr unsigned long ThreadExitWaitMs = 3000;
+
+// How long the plugging in of a headset may go on before it is looked at: the kernel makes the
+// node, then udev gives the user access to it, in a burst of directory changes.
+constexpr int PlugSettleMs = 20;
 
 // Every HidDevice alive. Touched on the application's main thread only.
 std::unordered_set<HidDevice*>& liveDevices()
@@ -43,8 +50,12 @@ ReaderThread::~ReaderThread()
 
 HidDevice::HidDevice(QObject* parent)
     : QObject(parent)
+    , m_plugSettle(new QTimer(this))
 {
     liveDevices().insert(this);
+    m_plugSettle->setSingleShot(true);
+    m_plugSettle->setInterval(PlugSettleMs);
+    connect(m_plugSettle, &QTimer::timeout, this, &HidDevice::bindPluggedHeadset);
 }
 
 HidDevice::~HidDevice()
@@ -75,9 +86,13 @@ bool HidDevice::reset(const QString& name)
     emit hide();
     m_name.clear();
     stopHidReadThread();
-    if (!chooseAudioDevice(name))
+    m_wanted = name;
+    if (!chooseAudioDevice(name)) {
+        waitForHeadset();
         return false;
+    }
     m_name = name;
+    stopWaiting();
     return startHidReadTrhead();
 }
 
@@ -88,17 +103,42 @@ QString HidDevice::getName() const
 
 bool HidDevice::startHidReadTrhead()
 {
+    return startReader(CallState::Idle);
+}
+
+bool HidDevice::startReader(CallState call)
+{
     if (m_info.path.isEmpty())
         return false;
 
     m_thread = new ReaderThread();
     m_reader = getReader(m_info);
+    m_reader->resumeCall(call);
     m_reader->moveToThread(m_thread);
 
-    connect(m_reader, &HidReaderBase::click, this, &HidDevice::click);
-    connect(m_reader, &HidReaderBase::clickMute, this, &HidDevice::clickMute);
-    connect(m_reader, &HidReaderBase::clickReject, this, &HidDevice::clickReject);
-    connect(m_reader, &HidReaderBase::stateChanged, this, &HidDevice::stateChanged);
+    // What the reader sends crosses to this thread as queued calls, and some may still be queued
+    // when its binding is withdrawn (a rebind, an unbind, a reader that gave up): disconnecting
+    // does not take back calls already posted. Each is therefore checked here, on this thread,
+    // as it arrives: only the binding that is still current reaches the application. The check
+    // and the withdrawal both run on this thread, so nothing slips between them.
+    const quint64 binding = ++m_binding;
+    const auto relay = [this, binding](void (HidDevice::*signal)()) {
+        return [this, binding, signal] {
+            if (isCurrent(binding))
+                emit(this->*signal)();
+        };
+    };
+    connect(m_reader, &HidReaderBase::click, this, relay(&HidDevice::click));
+    connect(m_reader, &HidReaderBase::clickMute, this, relay(&HidDevice::clickMute));
+    connect(m_reader, &HidReaderBase::clickReject, this, relay(&HidDevice::clickReject));
+    connect(m_reader, &HidReaderBase::stateChanged, this, [this, binding](const QString& state) {
+        if (isCurrent(binding))
+            emit stateChanged(state);
+    });
+    connect(m_reader, &HidReaderBase::finished, this, [this, binding] {
+        if (isCurrent(binding))
+            onReaderFinished();
+    });
     connect(this, &HidDevice::callMuted, m_reader, &HidReaderBase::onCallMuted);
     connect(this, &HidDevice::callUnmuted, m_reader, &HidReaderBase::onCallUnmuted);
     connect(this, &HidDevice::callIncome, m_reader, &HidReaderBase::onCallIncome);
@@ -108,13 +148,6 @@ bool HidDevice::startHidReadTrhead()
     connect(m_thread, &QThread::started, m_reader, &HidReaderBase::start);
     connect(m_thread, &QThread::finished, m_reader, &QObject::deleteLater);
     connect(m_thread, &QThread::finished, m_thread, &QObject::deleteLater);
-    // A reader that gives up after a rebinding must not withdraw the binding that replaced it;
-    // its notice may still be queued when the next reader is already running.
-    const HidReaderBase* reader = m_reader;
-    connect(m_reader, &HidReaderBase::finished, this, [this, reader, binding = ++m_binding]() {
-        if (binding == m_binding && reader == m_reader)
-            onReaderFinished();
-    });
 
     // Registered anew for each binding: the application may have been replaced since.
     qRemovePostRoutine(&HidDevice::endBindingsBeforeApplicationEnds);
@@ -122,8 +155,13 @@ bool HidDevice::startHidReadTrhead()
 
     emit show(m_info.name);
     m_thread->start();
-    HID_LOG(log::Trace) << "HID DEVICE Hid reader thread started";
+    HID_LOG_AS(log::Trace, "startHidReadTrhead") << "HID DEVICE Hid reader thread started";
     return true;
+}
+
+bool HidDevice::isCurrent(quint64 binding) const
+{
+    return m_reader && binding == m_binding;
 }
 
 void HidDevice::stopHidReadThread()
@@ -147,6 +185,51 @@ void HidDevice::onReaderFinished()
 {
     emit hide();
     stopHidReadThread();
+    waitForHeadset();
+}
+
+void HidDevice::waitForHeadset()
+{
+    if (m_wanted.trimmed().isEmpty() || IsOSDefault(m_wanted)) {
+        stopWaiting();
+        return;
+    }
+    if (m_watcher)
+        return;
+    m_watcher = new HidNodeWatcher(m_system.deviceDirectory, this);
+    connect(m_watcher, &HidNodeWatcher::changed, this, &HidDevice::onHidNodesChanged);
+    HID_LOG(log::Trace) << "HID DEVICE Waiting for a headset for " << m_wanted;
+}
+
+void HidDevice::stopWaiting()
+{
+    m_plugSettle->stop();
+    delete m_watcher;
+    m_watcher = nullptr;
+}
+
+void HidDevice::onHidNodesChanged()
+{
+    m_plugSettle->start();
+}
+
+void HidDevice::bindPluggedHeadset()
+{
+    if (m_reader || !m_watcher)
+        return;
+    if (!chooseAudioDevice(m_wanted))
+        return;
+    // The kernel makes the node before udev lets the user at the seat open it; the change of
+    // access brings another look.
+    const QByteArray path = m_info.path.toUtf8();
+    if (path.startsWith('/') && access(path.constData(), R_OK | W_OK) != 0) {
+        HID_LOG(log::Trace) << "HID DEVICE " << m_info.path << " cannot be opened yet; waiting";
+        return;
+    }
+    HID_LOG(log::Trace) << "HID DEVICE Headset plugged in for " << m_wanted;
+    m_name = m_wanted;
+    stopWaiting();
+    startReader(m_call);
 }
 
 void HidDevice::waitForStoppingThreads()
@@ -164,31 +247,37 @@ void HidDevice::waitForStoppingThreads()
 
 void HidDevice::onCallMuted()
 {
+    m_call = CallState::TalkMuted;
     emit callMuted();
 }
 
 void HidDevice::onCallUnmuted()
 {
+    m_call = CallState::Talking;
     emit callUnmuted();
 }
 
 void HidDevice::onCallIncome()
 {
+    m_call = CallState::Ringing;
     emit callIncome();
 }
 
 void HidDevice::onCallHold()
 {
+    m_call = CallState::Held;
     emit callHold();
 }
 
 void HidDevice::onCallHoldMuted()
 {
+    m_call = CallState::HeldMuted;
     emit callHoldMuted();
 }
 
 void HidDevice::onCallEnd()
 {
+    m_call = CallState::Idle;
     emit callEnd();
 }
 
@@ -377,6 +466,11 @@ const HidDeviceChoice& HidDevice::getChoice() const
 void HidDevice::setSystemView(const SystemView& system)
 {
     m_system = system;
+    // A watch already running watched the old device directory.
+    if (m_watcher) {
+        stopWaiting();
+        waitForHeadset();
+    }
 }
 
 ReaderThread* HidDevice::getReaderThread() const

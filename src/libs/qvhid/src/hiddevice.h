@@ -2,6 +2,7 @@
 #define QVHID_HIDDEVICE_H
 
 #include "hiddeviceinfo.h"
+#include "hidreaderbase.h"
 #include "platform/soundcards.h"
 #include "qvhid_global.h"
 
@@ -10,6 +11,7 @@
 #include <QPointer>
 #include <QString>
 #include <QThread>
+#include <QTimer>
 
 #include <functional>
 
@@ -18,7 +20,7 @@ struct hid_device_info;
 
 namespace hid {
 
-class HidReaderBase;
+class HidNodeWatcher;
 
 // How the last choice of an interface went, for diagnostics: which rule led from the
 // audio-device name to the interface, or why none was chosen, and what the chosen interface is.
@@ -42,9 +44,14 @@ public:
 // headset's reader on a thread of its own.
 //
 // reset() rebinds: it withdraws the current binding (hide), finds the headset's interface for
-// the audio-device name (chooseAudioDevice) and starts a new reader for it (show). The reader's gestures and
-// call states come up through this object's signals on this object's thread; the call-state
-// slots go down to the reader as queued calls.
+// the audio-device name (chooseAudioDevice) and starts a new reader for it (show). The reader's
+// gestures and call states come up through this object's signals on this object's thread; the
+// call-state slots go down to the reader as queued calls.
+//
+// While the audio-device name is bound to nothing (no headset was found for it, or the bound one
+// was unplugged and its reader gave up), this object watches for hidraw nodes being plugged in
+// and binds the headset the name stands for as soon as it is there and may be opened: show, the
+// reader enters "Initial", then the state of the call the application last reported.
 //
 // Lives on the application's main thread; call everything there.
 class QVHID_EXPORT HidDevice : public QObject
@@ -133,6 +140,15 @@ private slots:
     void onReaderFinished();
 
 private:
+    // Starts a reader for the chosen interface that resumes `call` once it has entered Initial.
+    bool startReader(CallState call);
+    // Whether `binding` is still the running binding: anything a withdrawn one sends is dropped.
+    bool isCurrent(quint64 binding) const;
+    // Watches for headsets being plugged in while the application's name is bound to nothing.
+    void waitForHeadset();
+    void stopWaiting();
+    void onHidNodesChanged();
+    void bindPluggedHeadset();
     bool chooseDeviceOfSoundCard(const QString& name, const SoundCard& card, const QString& rule);
     // The walk shared by both steps: of the records that `belongs` accepts and whose ids the
     // dictionary lists explicitly, the first that is the configuration's call-control
@@ -152,6 +168,12 @@ private:
     QString m_name;
     // Counts the readers started, so that a reader's late notice is matched to its own binding.
     quint64 m_binding = 0;
+    // The audio-device name the application reported last, kept while nothing is bound to it.
+    QString m_wanted;
+    // The call as the application's reports left it, for a headset bound in the middle of one.
+    CallState m_call = CallState::Idle;
+    HidNodeWatcher* m_watcher = nullptr;
+    QTimer* m_plugSettle = nullptr;
     // Threads asked to quit that have not deleted themselves yet.
     QList<QPointer<ReaderThread>> m_stoppingThreads;
 };

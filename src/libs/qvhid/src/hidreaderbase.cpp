@@ -5,6 +5,7 @@
 
 #include <hidapi.h>
 
+#include <QAbstractTransition>
 #include <QSignalTransition>
 #include <QStateMachine>
 #include <QTimer>
@@ -25,6 +26,23 @@ constexpr int LongDelayNextReadTimeoutMs = 10;   // each further report of that 
 constexpr int ReadBackTimeoutMs = 10;       // answers to a written report
 
 const int stateMetaTypeId = qRegisterMetaType<QState *>("QState*");
+
+// The one event that takes the machine from Initial to a resumed call state. It is not a signal
+// of the reader, so nothing but resumeCallState() can take that transition.
+const QEvent::Type ResumeEventType = static_cast<QEvent::Type>(QEvent::registerEventType());
+
+class ResumeTransition : public QAbstractTransition
+{
+public:
+    explicit ResumeTransition(QState *source)
+        : QAbstractTransition(source)
+    {
+    }
+
+protected:
+    bool eventTest(QEvent *event) override { return event->type() == ResumeEventType; }
+    void onTransition(QEvent *) override {}
+};
 
 } // namespace
 
@@ -206,6 +224,46 @@ void HidReaderBase::initStates()
     m_stateMachine->start();
 }
 
+void HidReaderBase::resumeCall(CallState state)
+{
+    m_resumeState = state;
+}
+
+void HidReaderBase::resumeCallState()
+{
+    using Action = void (HidReaderBase::*)(QState *);
+    struct Resumed
+    {
+        QState *target;
+        Action action;
+    };
+    const Resumed resumed = [this]() -> Resumed {
+        switch (m_resumeState) {
+        case CallState::Ringing:
+            return {m_ringState, &HidReaderBase::execToRing};
+        case CallState::Talking:
+            return {m_talkState, &HidReaderBase::execToTalk};
+        case CallState::TalkMuted:
+            return {m_talkMutedState, &HidReaderBase::execToTalkMuted};
+        case CallState::Held:
+            return {m_holdState, &HidReaderBase::execToHold};
+        case CallState::HeldMuted:
+            return {m_holdMutedState, &HidReaderBase::execToHoldMuted};
+        case CallState::Idle:
+            break;
+        }
+        return {nullptr, nullptr};
+    }();
+    if (!resumed.target)
+        return;
+    HID_LOG(log::Trace) << "HID READER Resuming the call";
+    auto *transition = new ResumeTransition(m_initState);
+    transition->setTargetState(resumed.target);
+    connect(transition, &QAbstractTransition::triggered, this, [this, action = resumed.action] { (this->*action)(nullptr); },
+            Qt::DirectConnection);
+    m_stateMachine->postEvent(new QEvent(ResumeEventType));
+}
+
 void HidReaderBase::onInit()
 {
     emit toInit();
@@ -299,6 +357,10 @@ void HidReaderBase::start()
     connect(m_readTimer, &QTimer::timeout, this, &HidReaderBase::onHIDEventTimeout, Qt::UniqueConnection);
     m_readTimer->start();
     HID_LOG(log::Trace) << "HID READER read cycle started";
+    // The machine enters Initial once control returns to the event loop; the resumed state
+    // follows it, posted after the machine's own start.
+    if (m_resumeState != CallState::Idle)
+        QMetaObject::invokeMethod(this, &HidReaderBase::resumeCallState, Qt::QueuedConnection);
 }
 
 void HidReaderBase::stop()
@@ -309,7 +371,19 @@ void HidReaderBase::stop()
 void HidReaderBase::onHIDEventTimeout()
 {
     InputBuf buffer(ReadBufferSize, 0);
-    const int n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), FirstReadTimeoutMs);
+    int n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), FirstReadTimeoutMs);
+    if (n < 0) {
+        // A signal that interrupts the wait fails one read too; a headset that is gone (its
+        // node removed, its plug pulled) fails the next one as well, at once.
+        n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), 0);
+        if (n < 0) {
+            const wchar_t *error = hid_error(m_deviceHandle);
+            HID_LOG(log::Error) << "HID READER Device gone: " << (error ? QString::fromWCharArray(error) : QString());
+            // No more ticks: the owner withdraws the binding and waits for the headset.
+            emit finished();
+            return;
+        }
+    }
     if (n > 0) {
         HID_LOG(log::Trace) << "HID READER event readed";
         onHIDDataRead(buffer, n);

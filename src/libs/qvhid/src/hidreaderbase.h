@@ -21,6 +21,17 @@ namespace hid {
 // The reader's input buffer.
 using InputBuf = std::vector<uint8_t>;
 
+// The state of the application's call, as its last report left it: what a headset bound in the
+// middle of a call resumes (HidReaderBase::resumeCall).
+enum class CallState {
+    Idle,      // no call, or the call ended
+    Ringing,   // onCallIncome
+    Talking,   // onCallUnmuted
+    TalkMuted, // onCallMuted
+    Held,      // onCallHold
+    HeldMuted, // onCallHoldMuted
+};
+
 // The first `count` bytes as "%02hhx " each: two lowercase hex digits and a blank, the last
 // byte included.
 QVHID_EXPORT QString BinaryToString(const std::vector<uint8_t> &bytes, unsigned long count);
@@ -48,6 +59,9 @@ public:
     // On a longDelay model, reads and discards what the headset sends after a gesture or a
     // command (700 ms for the first report, 10 ms for each further one).
     void longReadData();
+    // Makes the reader, once it has entered Initial, go straight on to `state` and write that
+    // state's command: for a headset plugged in again during a call. Call before start().
+    void resumeCall(CallState state);
 
 signals:
     void click();
@@ -55,7 +69,7 @@ signals:
     void clickReject();
     void startHIDDataRead(); // declared for compatibility; never emitted
     void stateChanged(const QString &state);
-    void finished(); // the reader could not start
+    void finished(); // the reader could not start, or its headset is gone
     void toInit();
     void toRing();
     void toTalk();
@@ -89,6 +103,8 @@ public:
 
 protected:
     void initStates();
+    // Takes the machine from Initial to the state the call was in (resumeCall).
+    void resumeCallState();
     // A report read only to be thrown away still updates the decoder's view of the device's
     // state, so that the next press is judged against what the device really reports.
     void trackDiscarded(const std::vector<uint8_t> &data, int length);
@@ -104,6 +120,7 @@ protected:
     QState *m_talkMutedState = nullptr;
     QState *m_holdState = nullptr;
     QState *m_holdMutedState = nullptr;
+    CallState m_resumeState = CallState::Idle;
 };
 
 } // namespace hid

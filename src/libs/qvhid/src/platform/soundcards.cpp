@@ -134,6 +134,7 @@ QString SoundCard::displayName() const
 
 SystemView::SystemView()
     : sysfsRoot(QStringLiteral("/sys"))
+    , deviceDirectory(QStringLiteral("/dev"))
 {
 }
 

@@ -41,9 +41,11 @@ struct QVHID_EXPORT SoundCard
 // Where the system is read from. Tests point it at a tree of their own.
 struct QVHID_EXPORT SystemView
 {
-    SystemView(); // sysfs at /sys, no udev lookup
+    SystemView(); // sysfs at /sys, device nodes in /dev, no udev lookup
 
     QString sysfsRoot;
+    // Where hidraw nodes appear as headsets are plugged in.
+    QString deviceDirectory;
     // udev's property `key` of the sound card `cardName` ("card2"); empty when udev has none.
     std::function<QString(const QString& cardName, const QString& key)> udevCardProperty;
 };

@@ -1,0 +1,67 @@
+#include "hidnodewatcher.h"
+
+#include "hidlog.h"
+
+#include <QSocketNotifier>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace hid {
+
+HidNodeWatcher::HidNodeWatcher(const QString& directory, QObject* parent)
+    : QObject(parent)
+{
+    m_fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (m_fd < 0) {
+        HID_LOG(log::Error) << "HID DEVICE Cannot watch for headsets being plugged in: " << std::strerror(errno);
+        return;
+    }
+    // IN_ATTRIB: udev grants access to a new node a moment after the kernel made it.
+    const uint32_t events = IN_CREATE | IN_ATTRIB | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM;
+    if (inotify_add_watch(m_fd, directory.toLocal8Bit().constData(), events) < 0) {
+        HID_LOG(log::Error) << "HID DEVICE Cannot watch " << directory << " for headsets being plugged in: "
+                            << std::strerror(errno);
+        close(m_fd);
+        m_fd = -1;
+        return;
+    }
+    m_notifier = new QSocketNotifier(m_fd, QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &HidNodeWatcher::onReadable);
+}
+
+HidNodeWatcher::~HidNodeWatcher()
+{
+    delete m_notifier;
+    if (m_fd >= 0)
+        close(m_fd);
+}
+
+bool HidNodeWatcher::isWatching() const
+{
+    return m_fd >= 0;
+}
+
+void HidNodeWatcher::onReadable()
+{
+    alignas(inotify_event) char buffer[4096];
+    bool hidrawChanged = false;
+    for (;;) {
+        const ssize_t length = read(m_fd, buffer, sizeof buffer);
+        if (length <= 0)
+            break;
+        for (ssize_t offset = 0; offset + ssize_t(sizeof(inotify_event)) <= length;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
+            if (event->len > 0 && std::strncmp(event->name, "hidraw", 6) == 0)
+                hidrawChanged = true;
+            offset += ssize_t(sizeof(inotify_event)) + event->len;
+        }
+    }
+    if (hidrawChanged)
+        emit changed();
+}
+
+} // namespace hid

@@ -1,0 +1,43 @@
+#ifndef QVHID_PLATFORM_HIDNODEWATCHER_H
+#define QVHID_PLATFORM_HIDNODEWATCHER_H
+
+#include "qvhid_global.h"
+
+#include <QObject>
+#include <QString>
+
+class QSocketNotifier;
+
+namespace hid {
+
+// Tells when a hidraw node appears, goes, or changes its owner or permissions in a device
+// directory (/dev): the kernel creates /dev/hidrawN as a headset is plugged in, and udev then
+// gives the user at the seat access to it, which changes its attributes. Watched with inotify,
+// so that waiting costs nothing until the directory changes.
+//
+// Lives on the thread that made it, whose event loop delivers changed().
+class QVHID_EXPORT HidNodeWatcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit HidNodeWatcher(const QString& directory, QObject* parent = nullptr);
+    ~HidNodeWatcher() override;
+
+    // False when the directory cannot be watched (the reason is logged).
+    bool isWatching() const;
+
+signals:
+    // A node named hidraw... was created, removed, renamed, or had its attributes changed.
+    void changed();
+
+private:
+    void onReadable();
+
+    int m_fd = -1;
+    QSocketNotifier* m_notifier = nullptr;
+};
+
+} // namespace hid
+
+#endif // QVHID_PLATFORM_HIDNODEWATCHER_H
