@@ -1,9 +1,12 @@
 // The live paths through the manager and a virtual headset, timed as an application sees them:
-// gesture latency, call-state latency, binding time and the cost of an idle binding. Prints a
-// Markdown table.
+// gesture latency, call-state latency, binding time, unplugging and plugging in again, and the
+// cost of an idle binding and of waiting for a headset. Prints a Markdown table.
 //
-//   bench_live [--presses N] [--calls N] [--bindings N] [--idle-seconds N]
+//   bench_live [--presses N] [--calls N] [--bindings N] [--replugs N] [--idle-seconds N]
 
+#include "virtualnodes.h"
+
+#include <hiddevice.h>
 #include <hiddevicemanager.h>
 #include <virtualhid.h>
 #include <virtualmodels.h>
@@ -34,6 +37,7 @@ struct Options
     int presses = 1000;
     int calls = 100;
     int bindings = 50;
+    int replugs = 50;
     int idleSeconds = 60;
 };
 
@@ -49,6 +53,8 @@ Options parseOptions(const QStringList &arguments)
             options.calls = value;
         else if (name == QLatin1String("--bindings"))
             options.bindings = value;
+        else if (name == QLatin1String("--replugs"))
+            options.replugs = value;
         else if (name == QLatin1String("--idle-seconds"))
             options.idleSeconds = value;
         else
@@ -114,9 +120,11 @@ struct Reports
     int states = 0;
     int mutes = 0;
     int shows = 0;
+    int hides = 0;
     Clock::time_point lastState;
     Clock::time_point lastMute;
     Clock::time_point lastShow;
+    Clock::time_point lastHide;
 
     void watch(HidDeviceManager &manager)
     {
@@ -132,6 +140,10 @@ struct Reports
         QObject::connect(&manager, &HidDeviceManager::deviceShow, [this](const QString &) {
             lastShow = Clock::now();
             ++shows;
+        });
+        QObject::connect(&manager, &HidDeviceManager::deviceHide, [this] {
+            lastHide = Clock::now();
+            ++hides;
         });
     }
 };
@@ -227,6 +239,35 @@ void bindingTime(HidDeviceManager &manager, Reports &reports, int others, int bi
         int(samples.size()), distribution(samples));
 }
 
+// The plug pulled, to deviceHide; the headset plugged in again, to the state of the call (a
+// call in progress, so the reader resumes it) reaching the application.
+void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualNodes &nodes, VirtualDevice &headset, int replugs)
+{
+    manager.onCallIncome();
+    manager.onCallUnmuted();
+    std::vector<double> toHide;
+    std::vector<double> toTalk;
+    for (int i = 0; i < replugs; ++i) {
+        pause(50);
+        const int hidesBefore = reports.hides;
+        const Clock::time_point pulled = Clock::now();
+        nodes.unplug(headset);
+        if (!waitUntil([&] { return reports.hides > hidesBefore; }))
+            break;
+        toHide.push_back(milliseconds(reports.lastHide - pulled));
+        pause(50);
+        reports.state.clear();
+        const Clock::time_point plugged = Clock::now();
+        nodes.replug(headset);
+        if (!waitUntil([&] { return reports.state == QLatin1String("Talk"); }))
+            break;
+        toTalk.push_back(milliseconds(reports.lastState - plugged));
+    }
+    manager.onCallEnd();
+    row(QStringLiteral("Unplug: plug pulled to `deviceHide`"), int(toHide.size()), distribution(toHide));
+    row(QStringLiteral("Replug: plugged in to the call's state (\"Talk\") again"), int(toTalk.size()), distribution(toTalk));
+}
+
 double processCpuSeconds()
 {
     timespec now{};
@@ -253,8 +294,11 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     const Options options = parseOptions(QCoreApplication::arguments());
 
-    VirtualDevice headset = VirtualDevice::add(model("telephony-headset"));
+    // Node files for the virtual headset, so that the binding sees it plugged in and out.
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(model("telephony-headset"));
     HidDeviceManager manager;
+    manager.findChild<hid::HidDevice *>()->setSystemView(nodes.systemView());
     Reports reports;
     reports.watch(manager);
     if (!bind(manager, reports)) {
@@ -267,15 +311,22 @@ int main(int argc, char *argv[])
     callStateLatency(manager, reports, headset, options.calls);
     bindingTime(manager, reports, 0, options.bindings);
     bindingTime(manager, reports, 99, options.bindings);
+    if (!bind(manager, reports))
+        return 1;
+    replugLatency(manager, reports, nodes, headset, options.replugs);
 
     if (!bind(manager, reports))
         return 1;
     pause(1000); // let the binding settle
     std::printf("\n| Idle binding | Seconds | Process CPU ms | Share of one core |\n|---|---|---|---|\n");
     idleCost(QStringLiteral("bound to a quiet headset"), options.idleSeconds);
-    headset.unplug();
+    nodes.unplug(headset);
     pause(1000);
-    idleCost(QStringLiteral("bound to an unplugged headset"), options.idleSeconds);
+    idleCost(QStringLiteral("headset unplugged, waiting for it"), options.idleSeconds);
+    manager.onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (Office Headset 99)"));
+    pause(1000);
+    idleCost(QStringLiteral("waiting for a headset that never comes"), options.idleSeconds);
     manager.onActiveAudioDeviceChanged(QString());
+    nodes.removeAll();
     return 0;
 }

@@ -79,7 +79,11 @@ int main(int argc, char **argv)
         && ok;
 
     const char *const names[] = {"Headset Microphone (2- Office Headset 20)", "Speakers (Office Headset 20)",
-                                 "Wave mapper", "(3-)", "Office Headset 20", "Mic (USB Audio (Desk Headset 310))"};
+                                 "Wave mapper", "(3-)", "Office Headset 20", "Mic (USB Audio (Desk Headset 310))",
+                                 "alsa_output.usb-Virtual_Audio_Office_Headset_20_A1B2C3-00.analog-stereo",
+                                 "alsa_card.usb-0b0e_030d-00", "sysdefault:CARD=Headset20_1", "front:CARD=2,DEV=0",
+                                 "plughw:2,0", "Office Headset 20: USB Audio (hw:1,0)", "Office Headset 20 (0b0e:030d)",
+                                 "USB Device 0x0b0e:0x030d Analog Stereo", "bluez_output.00_1B_66_AA_BB_CC.1"};
     int index = 0;
     for (const char *name : names)
         ok = write(out.filePath(QStringLiteral("parent_name")), QString::number(index++), QByteArray(name)) && ok;

@@ -8,10 +8,10 @@
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-live=(--presses 1000 --calls 100 --bindings 50 --idle-seconds 60)
+live=(--presses 1000 --calls 100 --bindings 50 --replugs 200 --idle-seconds 60)
 repetitions=5
 case "${1:-}" in
-    --quick) live=(--presses 100 --calls 10 --bindings 5 --idle-seconds 5); repetitions=1 ;;
+    --quick) live=(--presses 100 --calls 10 --bindings 5 --replugs 10 --idle-seconds 5); repetitions=1 ;;
     "") ;;
     *) echo "unknown argument: $1" >&2; exit 2 ;;
 esac

@@ -6,6 +6,7 @@
 #include "bindingevents.h"
 #include "capturinglogger.h"
 #include "testheadset.h"
+#include "timingscale.h"
 #include "virtualheadsets.h"
 
 #include <hiddevice.h>
@@ -325,7 +326,10 @@ void TestEndToEnd::headsetPluggedInAfterTheApplicationChoseIt()
     sincePlugIn.start();
     const TestHeadset headset = TestHeadset::add(modelDescription("telephony-headset"));
     m_devices.append({QStringLiteral("telephony-headset"), headset});
-    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
+    // Bound and ringing within 2 s of the plug-in.
+    QTRY_COMPARE_WITH_TIMEOUT(events.entries(),
+                              (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}),
+                              2000 * timingScale());
     QTRY_COMPARE(headset.written(), (QStringList{"0200", "0222"}));
     qInfo("bound and ringing %lld ms after the plug-in", static_cast<long long>(sincePlugIn.elapsed()));
     headset.press("answer");

@@ -1,10 +1,13 @@
-// Rebinding many times between two headsets while presses and call-state reports flow: every
-// reader, reader thread and decoder made on the way must be gone at the end.
+// Rebinding many times between two headsets, and unplugging and plugging a headset in again many
+// times, while presses and call-state reports flow: every reader, reader thread and decoder made
+// on the way must be gone at the end, and no withdrawn binding may be heard from.
 
 #include "capturinglogger.h"
 #include "liveobjects.h"
 #include "stresscount.h"
 #include "virtualheadsets.h"
+#include "virtualnodes.h"
+#include "bindingevents.h"
 
 #include <hiddecoderbase.h>
 #include <hiddevice.h>
@@ -23,7 +26,9 @@ class TestRebindStress : public QObject
     Q_OBJECT
 
 private slots:
+    void init() { VirtualNodes::instance().removeAll(); }
     void rebindsLeaveNothingBehind();
+    void replugsLeaveOneOpenHandleAndNoStaleSignal();
 };
 
 void TestRebindStress::rebindsLeaveNothingBehind()
@@ -107,6 +112,68 @@ void TestRebindStress::rebindsLeaveNothingBehind()
     manager.reset();
     QCOMPARE(census.total(), 0);
     qInfo("%d gestures and %d states reached the application", gestures, states);
+}
+
+void TestRebindStress::replugsLeaveOneOpenHandleAndNoStaleSignal()
+{
+    const int Replugs = stressCount("QVHID_REPLUGS", 1000);
+    BindingEvents events; // made before the census, which counts only the library's objects
+    LiveObjects census;
+    const int threadsBefore = runningThreadCount();
+    CapturingLogger logger;
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    auto manager = std::make_unique<HidDeviceManager>();
+    manager->findChild<hid::HidDevice *>()->setSystemView(nodes.systemView());
+    events.watch(manager.get());
+
+    // Waits for the binding just shown to enter Initial.
+    const auto waitForTheNewBinding = [&events](int from) {
+        QTRY_VERIFY_WITH_TIMEOUT(events.since(from).contains(QStringLiteral("state:Initial")), 10000);
+    };
+    manager->onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    waitForTheNewBinding(0);
+    for (int i = 0; i < Replugs; ++i) {
+        // A call state and a press in flight as the plug is pulled.
+        if (i % 2 == 0)
+            manager->onCallIncome();
+        else
+            manager->onCallUnmuted();
+        headset.press("mute");
+        headset.release("mute");
+        nodes.unplug(headset);
+        QTRY_VERIFY2_WITH_TIMEOUT(events.entries().endsWith(QStringLiteral("hide")), qPrintable(events.entries().join(QLatin1Char(','))), 10000);
+        const int withdrawn = events.size();
+        nodes.replug(headset, i % 3 == 0);
+        QTRY_VERIFY_WITH_TIMEOUT(events.size() > withdrawn, 10000);
+        waitForTheNewBinding(withdrawn);
+    }
+    QCOMPARE(headset.openHandles(), 1);
+
+    // After every hide comes the show of the next binding, and nothing else.
+    const QStringList entries = events.entries();
+    int hides = 0;
+    for (int k = 0; k < entries.size(); ++k) {
+        if (entries[k] != QLatin1String("hide"))
+            continue;
+        ++hides;
+        if (k + 1 < entries.size())
+            QVERIFY2(entries[k + 1].startsWith(QLatin1String("show:")), qPrintable(QStringLiteral("%1: %2").arg(k).arg(entries[k + 1])));
+    }
+    QCOMPARE(hides, Replugs + 1);
+    QCOMPARE(entries.count(QStringLiteral("show:Office Headset 20")), Replugs + 1);
+    QCOMPARE(logger.texts().count(QStringLiteral("HID READER Device gone: device disconnected")), Replugs);
+
+    manager->onActiveAudioDeviceChanged(QString());
+    QTRY_COMPARE_WITH_TIMEOUT(headset.openHandles(), 0, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(runningThreadCount(), threadsBefore, 10000);
+    QCOMPARE(headset.counters().opens, static_cast<unsigned long>(Replugs + 1));
+    QCOMPARE(census.count<hid::HidReaderBase>(), 0);
+    QCOMPARE(census.count<hid::ReaderThread>(), 0);
+    QCOMPARE(census.count<hid::HidDecoderBase>(), 0);
+    manager.reset();
+    QCOMPARE(census.total(), 0);
+    nodes.removeAll();
 }
 
 QTEST_GUILESS_MAIN(TestRebindStress)
