@@ -5,7 +5,7 @@
 // virtual headset behind the virtual hidapi (virtualtestheadset.cpp), or an emulated hidraw
 // device behind the system's own hidapi and libudev (emulation/emulatedtestheadset.cpp).
 
-#include <platform/soundcards.h>
+#include <platform/systemview.h>
 #include <virtualhid.h>
 
 #include <QString>

@@ -5,7 +5,7 @@
 // file hidraw<N> is there while its headset is plugged in. A binding whose system view names
 // this directory (systemView()) sees virtual headsets come and go as it sees real ones.
 
-#include <platform/soundcards.h>
+#include <platform/systemview.h>
 #include <virtualhid.h>
 
 #include <QDir>

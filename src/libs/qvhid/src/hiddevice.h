@@ -4,6 +4,7 @@
 #include "hiddeviceinfo.h"
 #include "hidreaderbase.h"
 #include "platform/soundcards.h"
+#include "platform/systemview.h"
 #include "qvhid_global.h"
 
 #include <QList>

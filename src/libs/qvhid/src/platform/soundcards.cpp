@@ -1,7 +1,5 @@
 #include "soundcards.h"
 
-#include <libudev.h>
-
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -80,20 +78,6 @@ bool isUsableSerial(const QString& serial)
     });
 }
 
-QString udevCardPropertyFromDatabase(const QString& cardName, const QString& key)
-{
-    udev* context = udev_new();
-    if (!context)
-        return QString();
-    QString value;
-    if (udev_device* card = udev_device_new_from_subsystem_sysname(context, "sound", cardName.toUtf8().constData())) {
-        value = QString::fromUtf8(udev_device_get_property_value(card, key.toUtf8().constData()));
-        udev_device_unref(card);
-    }
-    udev_unref(context);
-    return value;
-}
-
 SoundCard readCard(const SystemView& system, const QString& cardDirectory, int number)
 {
     SoundCard card;
@@ -130,19 +114,6 @@ QString SoundCard::displayName() const
     return QStringLiteral("USB Device 0x%1:0x%2")
         .arg(vendorId, 4, 16, QLatin1Char('0'))
         .arg(productId, 4, 16, QLatin1Char('0'));
-}
-
-SystemView::SystemView()
-    : sysfsRoot(QStringLiteral("/sys"))
-    , deviceDirectory(QStringLiteral("/dev"))
-{
-}
-
-SystemView LiveSystemView()
-{
-    SystemView system;
-    system.udevCardProperty = udevCardPropertyFromDatabase;
-    return system;
 }
 
 QVector<SoundCard> ListSoundCards(const SystemView& system)

@@ -7,11 +7,10 @@
 // below another interface of the same USB device.
 
 #include "qvhid_global.h"
+#include "systemview.h"
 
 #include <QString>
 #include <QVector>
-
-#include <functional>
 
 namespace hid {
 
@@ -37,21 +36,6 @@ struct QVHID_EXPORT SoundCard
     // one, "USB Device 0x0b0e:0x030d".
     QString displayName() const;
 };
-
-// Where the system is read from. Tests point it at a tree of their own.
-struct QVHID_EXPORT SystemView
-{
-    SystemView(); // sysfs at /sys, device nodes in /dev, no udev lookup
-
-    QString sysfsRoot;
-    // Where hidraw nodes appear as headsets are plugged in.
-    QString deviceDirectory;
-    // udev's property `key` of the sound card `cardName` ("card2"); empty when udev has none.
-    std::function<QString(const QString& cardName, const QString& key)> udevCardProperty;
-};
-
-// sysfs at /sys and udev's own database, through libudev.
-QVHID_EXPORT SystemView LiveSystemView();
 
 // Every sound card, in the order of their numbers.
 QVHID_EXPORT QVector<SoundCard> ListSoundCards(const SystemView& system);
