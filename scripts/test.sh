@@ -3,6 +3,7 @@
 #
 #   scripts/test.sh                       # plain build in build/
 #   scripts/test.sh --sanitize address,undefined   # sanitizer build in build-address-undefined/
+#   scripts/test.sh --build-dir DIR --build-only   # another directory; build without testing
 #
 # Missing Debian packages are installed with apt-get (which needs root); nothing is
 # installed when everything is present already.
@@ -11,11 +12,13 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 sanitize=""
 build_dir=""
+build_only=0
 while [ $# -gt 0 ]; do
     case "$1" in
         --sanitize) sanitize=$2; shift 2 ;;
         --build-dir) build_dir=$2; shift 2 ;;
-        -h|--help) sed -n '2,9p' "$0"; exit 0 ;;
+        --build-only) build_only=1; shift ;;
+        -h|--help) sed -n '2,10p' "$0"; exit 0 ;;
         *) echo "unknown argument: $1" >&2; exit 2 ;;
     esac
 done
@@ -32,4 +35,5 @@ build_type=RelWithDebInfo
 cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE="$build_type" -DQVHID_SANITIZE="$sanitize" \
     -DQVHID_BUILD_TESTS=ON -DQVHID_BUILD_BENCHMARKS=ON
 cmake --build "$build_dir" -j"$(nproc)"
+[ "$build_only" -eq 1 ] && exit 0
 ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)"
