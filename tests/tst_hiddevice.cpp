@@ -125,6 +125,26 @@ struct BindingRig
     BindingEvents events;
 };
 
+// A binding that watches the node directory of the virtual headsets, with the standard headset
+// plugged in there first (unless told otherwise), a recorder and a logger.
+struct PluggingRig
+{
+    explicit PluggingRig(bool plugged = true)
+    {
+        if (plugged)
+            headset = nodes.add(modelDescription("telephony-headset"));
+        device.setSystemView(nodes.systemView());
+        events.watch(&device);
+    }
+    ~PluggingRig() { nodes.removeAll(); }
+
+    VirtualNodes &nodes = VirtualNodes::instance();
+    VirtualDevice headset;
+    CapturingLogger logger;
+    HidDevice device{nullptr};
+    BindingEvents events;
+};
+
 // A dictionary with one configuration, a row for the bench headset and a vendor-wide row for
 // the vendor of the office headsets.
 const QString BenchDictionary = QStringLiteral(R"({
@@ -734,106 +754,80 @@ void TestHidDevice::withdrawnBindingSendsNothingMore()
 
 void TestHidDevice::unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn()
 {
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
-    CapturingLogger logger;
-    HidDevice device(nullptr);
-    device.setSystemView(nodes.systemView());
-    BindingEvents events;
-    events.watch(&device);
-    QVERIFY(device.reset(EndpointOfHeadset20));
-    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
-    device.onCallUnmuted(); // not taken from Initial: the call is reported, the headset stays
-    device.onCallIncome();
-    QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    PluggingRig rig;
+    QVERIFY(rig.device.reset(EndpointOfHeadset20));
+    QTRY_COMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
+    rig.device.onCallUnmuted(); // not taken from Initial: the call is reported, the headset stays
+    rig.device.onCallIncome();
+    QTRY_COMPARE(rig.events.since(3), QStringList{"state:Incoming call"});
 
-    nodes.unplug(headset);
-    QTRY_COMPARE(events.since(4), QStringList{"hide"});
-    QVERIFY(!device.getReaderThread());
-    QCOMPARE(device.getName(), EndpointOfHeadset20);
-    QVERIFY(logger.texts().contains(QStringLiteral("HID READER Device gone: device disconnected")));
-    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Waiting for a headset for ") + EndpointOfHeadset20));
-    QTRY_COMPARE(headset.openHandles(), 0);
-    device.onCallUnmuted(); // answered while the headset is away
+    rig.nodes.unplug(rig.headset);
+    QTRY_COMPARE(rig.events.since(4), QStringList{"hide"});
+    QVERIFY(!rig.device.getReaderThread());
+    QCOMPARE(rig.device.getName(), EndpointOfHeadset20);
+    QVERIFY(rig.logger.texts().contains(QStringLiteral("HID READER Device gone: device disconnected")));
+    QVERIFY(rig.logger.texts().contains(QStringLiteral("HID DEVICE Waiting for a headset for ") + EndpointOfHeadset20));
+    QTRY_COMPARE(rig.headset.openHandles(), 0);
+    rig.device.onCallUnmuted(); // answered while the headset is away
 
-    headset.clearWrittenReports();
-    nodes.replug(headset);
-    QTRY_COMPARE(events.since(5), (QStringList{"show:Office Headset 20", "state:Initial", "state:Talk"}));
-    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0221"}));
-    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Headset plugged in for ") + EndpointOfHeadset20));
-    QCOMPARE(headset.openHandles(), 1);
-    headset.press("mute");
-    headset.release("mute");
-    QTRY_COMPARE(events.since(8), QStringList{"mute"});
-    QCOMPARE(events.entries().count(QStringLiteral("hide")), 2);
-    nodes.removeAll();
+    rig.headset.clearWrittenReports();
+    rig.nodes.replug(rig.headset);
+    QTRY_COMPARE(rig.events.since(5), (QStringList{"show:Office Headset 20", "state:Initial", "state:Talk"}));
+    QCOMPARE(writtenHex(rig.headset), (QStringList{"0200", "0221"}));
+    QVERIFY(rig.logger.texts().contains(QStringLiteral("HID DEVICE Headset plugged in for ") + EndpointOfHeadset20));
+    QCOMPARE(rig.headset.openHandles(), 1);
+    rig.headset.press("mute");
+    rig.headset.release("mute");
+    QTRY_COMPARE(rig.events.since(8), QStringList{"mute"});
+    QCOMPARE(rig.events.entries().count(QStringLiteral("hide")), 2);
 }
 
 void TestHidDevice::headsetPluggedInAfterItsNameWasReported()
 {
-    VirtualNodes &nodes = VirtualNodes::instance();
-    HidDevice device(nullptr);
-    device.setSystemView(nodes.systemView());
-    BindingEvents events;
-    events.watch(&device);
-    QVERIFY(!device.reset(EndpointOfHeadset20));
-    QCOMPARE(events.entries(), QStringList{"hide"});
-    device.onCallIncome();
-    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
-    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
-    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0222"}));
-    QCOMPARE(device.getName(), EndpointOfHeadset20);
+    PluggingRig rig(false);
+    QVERIFY(!rig.device.reset(EndpointOfHeadset20));
+    QCOMPARE(rig.events.entries(), QStringList{"hide"});
+    rig.device.onCallIncome();
+    rig.headset = rig.nodes.add(modelDescription("telephony-headset"));
+    QTRY_COMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
+    QCOMPARE(writtenHex(rig.headset), (QStringList{"0200", "0222"}));
+    QCOMPARE(rig.device.getName(), EndpointOfHeadset20);
     // Another headset plugged in now changes nothing: the binding has its headset.
-    VirtualDevice other = nodes.add(modelDescription("telephony-headset"));
+    VirtualDevice other = rig.nodes.add(modelDescription("telephony-headset"));
     QTest::qWait(200);
     QCOMPARE(other.counters().opens, 0ul);
-    QCOMPARE(events.size(), 4);
-    nodes.removeAll();
+    QCOMPARE(rig.events.size(), 4);
 }
 
 void TestHidDevice::headsetThatCannotBeOpenedIsTriedAgainOnlyOnAPlugEvent()
 {
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    PluggingRig rig;
     hid::virt::Faults faults;
     faults.openFails = true;
-    headset.setFaults(faults);
-    CapturingLogger logger;
-    HidDevice device(nullptr);
-    device.setSystemView(nodes.systemView());
-    BindingEvents events;
-    events.watch(&device);
-    QVERIFY(device.reset(EndpointOfHeadset20));
-    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "hide"}));
-    QVERIFY(logger.texts().contains(QStringLiteral("HID READER Failed to open device ") + pathOf(headset)));
-    headset.setFaults({});
+    rig.headset.setFaults(faults);
+    QVERIFY(rig.device.reset(EndpointOfHeadset20));
+    QTRY_COMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "hide"}));
+    QVERIFY(rig.logger.texts().contains(QStringLiteral("HID READER Failed to open device ") + pathOf(rig.headset)));
+    rig.headset.setFaults({});
     QTest::qWait(300);
-    QCOMPARE(events.size(), 3); // no retry by itself
+    QCOMPARE(rig.events.size(), 3); // no retry by itself
     // Any hidraw node that comes or goes is a plug event.
-    nodes.add(modelDescription("echoing-headset"));
-    QTRY_COMPARE(events.since(3), (QStringList{"show:Office Headset 20", "state:Initial"}));
-    QCOMPARE(headset.openHandles(), 1);
-    nodes.removeAll();
+    rig.nodes.add(modelDescription("echoing-headset"));
+    QTRY_COMPARE(rig.events.since(3), (QStringList{"show:Office Headset 20", "state:Initial"}));
+    QCOMPARE(rig.headset.openHandles(), 1);
 }
 
 void TestHidDevice::noWaitingWithoutAName()
 {
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
-    CapturingLogger logger;
-    HidDevice device(nullptr);
-    device.setSystemView(nodes.systemView());
-    BindingEvents events;
-    events.watch(&device);
-    QVERIFY(device.reset(EndpointOfHeadset20));
-    QTRY_COMPARE(events.size(), 3);
-    device.reset(QString());
-    nodes.unplug(headset);
-    nodes.replug(headset);
+    PluggingRig rig;
+    QVERIFY(rig.device.reset(EndpointOfHeadset20));
+    QTRY_COMPARE(rig.events.size(), 3);
+    rig.device.reset(QString());
+    rig.nodes.unplug(rig.headset);
+    rig.nodes.replug(rig.headset);
     QTest::qWait(200);
-    QCOMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "hide"}));
-    QVERIFY(logger.texts().filter(QStringLiteral("HID DEVICE Waiting for a headset")).isEmpty());
-    nodes.removeAll();
+    QCOMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "hide"}));
+    QVERIFY(rig.logger.texts().filter(QStringLiteral("HID DEVICE Waiting for a headset")).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestHidDevice)
