@@ -165,8 +165,10 @@ void TestRebindStress::replugsLeaveOneOpenHandleAndNoStaleSignal()
     QCOMPARE(logger.texts().count(QStringLiteral("HID READER Device gone: device disconnected")), Replugs);
 
     manager->onActiveAudioDeviceChanged(QString());
-    QTRY_COMPARE_WITH_TIMEOUT(headset.openHandles(), 0, 10000);
+    // Each thread deletes itself from the application's event loop once its own loop has ended.
+    QTRY_COMPARE_WITH_TIMEOUT(logger.texts().count(QStringLiteral("~ReaderThread")), Replugs + 1, 60000);
     QTRY_COMPARE_WITH_TIMEOUT(runningThreadCount(), threadsBefore, 10000);
+    QCOMPARE(headset.openHandles(), 0);
     QCOMPARE(headset.counters().opens, static_cast<unsigned long>(Replugs + 1));
     QCOMPARE(census.count<hid::HidReaderBase>(), 0);
     QCOMPARE(census.count<hid::ReaderThread>(), 0);
