@@ -243,6 +243,8 @@ void TestSoundCards::resolvesEveryNameForm_data()
     QTest::newRow("hw by id") << "hw:CARD=Dock,DEV=0" << "Dock" << "ALSA card id CARD=Dock";
     QTest::newRow("card id by index") << "dmix:CARD=2,DEV=0" << "Headset20_1" << "ALSA card index CARD=2";
     QTest::newRow("unknown card id") << "sysdefault:CARD=Nothing" << NoCard << "";
+    QTest::newRow("card id inside a word") << "fooCARD=Headset20" << NoCard << "";
+    QTest::newRow("card id after a word") << "fooCARD=x, CARD=Headset20" << "Headset20" << "ALSA card id CARD=Headset20";
     QTest::newRow("hw") << "hw:2" << "Headset20_1" << "ALSA card index hw:2";
     QTest::newRow("hw with device") << "hw:1,0" << "Headset20" << "ALSA card index hw:1,0";
     QTest::newRow("plughw") << "plughw:3" << "Adapter360" << "ALSA card index plughw:3";

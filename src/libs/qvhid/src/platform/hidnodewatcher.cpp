@@ -55,7 +55,8 @@ void HidNodeWatcher::onReadable()
             break;
         for (ssize_t offset = 0; offset + ssize_t(sizeof(inotify_event)) <= length;) {
             const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
-            if (event->len > 0 && std::strncmp(event->name, "hidraw", 6) == 0)
+            // An overflowed queue lost events: any of them may have been a headset's.
+            if ((event->mask & IN_Q_OVERFLOW) || (event->len > 0 && std::strncmp(event->name, "hidraw", 6) == 0))
                 hidrawChanged = true;
             offset += ssize_t(sizeof(inotify_event)) + event->len;
         }

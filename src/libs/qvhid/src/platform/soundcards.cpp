@@ -46,7 +46,9 @@ int cardNumberOf(const QString& name)
 QString usbDeviceAbove(const QString& root, QString directory)
 {
     const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
-    while (!directory.isEmpty() && directory.startsWith(canonicalRoot + QLatin1Char('/'))) {
+    if (canonicalRoot.isEmpty())
+        return QString();
+    while (directory.startsWith(canonicalRoot + QLatin1Char('/'))) {
         if (exists(directory, "idVendor") && exists(directory, "idProduct") && !exists(directory, "bInterfaceNumber"))
             return directory;
         directory = QFileInfo(directory).path();
