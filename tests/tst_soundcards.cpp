@@ -42,7 +42,7 @@ public:
                 m_headsets[device.name].push_back(hid::virt::VirtualDevice::add(interface));
             }
             for (const hid::virt::SoundCard &card : device.soundCards)
-                m_tree.addSoundCard(usbName, device.identity, card, true);
+                m_tree.addSoundCard(usbName, device.identity, card);
         }
     }
 

@@ -120,13 +120,6 @@ std::string EmulatedSystem::start()
 
 void EmulatedSystem::plug(int number, const hid::virt::DeviceDescription &description)
 {
-    // Plugged in again, an interface of a USB device with several returns to that device.
-    if (m_known.count(number) && !m_known.at(number).ownsUsbDevice) {
-        Interface interface = m_known.at(number);
-        interface.description = description;
-        plugInterface(number, interface);
-        return;
-    }
     Interface interface;
     interface.description = description;
     interface.usbName = format("1-%d", number + 1);
@@ -147,7 +140,7 @@ std::vector<int> EmulatedSystem::plug(const UsbDevice &device)
     }
     std::vector<int> cards;
     for (const hid::virt::SoundCard &card : device.soundCards)
-        cards.push_back(m_sysfs.addSoundCard(usbName, device.identity, card, m_udevDatabase));
+        cards.push_back(m_sysfs.addSoundCard(usbName, device.identity, card));
     return cards;
 }
 

@@ -55,10 +55,8 @@ public:
     std::vector<int> plug(const UsbDevice &device);
     // A sound card that is not on USB, as a machine's built-in audio; returns its number.
     int plugBuiltInSoundCard(const std::string &id);
-    // Whether udev's database (/run/udev/data) describes the sound cards plugged in from now
-    // on, with ID_ID as udev's rules set it; without it a system looks as one without udev.
-    void setUdevDatabase(bool present) { m_udevDatabase = present; }
-    // Takes a sound card out of udev's database, as if udev had never described it.
+    // Takes a sound card out of udev's database (/run/udev/data), as if udev had never described
+    // it: a system without udev looks so.
     void removeUdevData(int card) { m_sysfs.removeUdevData(card); }
 
     HidrawServer &server() { return m_server; }
@@ -79,7 +77,6 @@ private:
     std::map<int, Interface> m_known;
     SysfsTree m_sysfs{"/sys", "/run/udev/data"};
     int m_nextUsbDevice = 1;
-    bool m_udevDatabase = true;
     bool m_started = false;
 };
 

@@ -191,7 +191,7 @@ void SysfsTree::addCard(const fs::path &parent, int number, const std::string &i
 }
 
 int SysfsTree::addSoundCard(const std::string &usbName, const hid::virt::DeviceDescription &identity,
-                            const hid::virt::SoundCard &card, bool udevDatabase)
+                            const hid::virt::SoundCard &card)
 {
     std::string id;
     const int number = claimCard(card.id, id);
@@ -202,8 +202,7 @@ int SysfsTree::addSoundCard(const std::string &usbName, const hid::virt::DeviceD
     writeFile(interface / "bInterfaceNumber", format("%02x\n", card.interfaceNumber));
     link(m_sysfs / "bus/usb", interface / "subsystem");
     addCard(interface, number, id);
-    if (udevDatabase)
-        writeFile(m_udevData / format("+sound:card%d", number), "E:ID_ID=" + udevSoundCardId(identity, card.interfaceNumber) + "\n");
+    writeFile(m_udevData / format("+sound:card%d", number), "E:ID_ID=" + udevSoundCardId(identity, card.interfaceNumber) + "\n");
     return number;
 }
 

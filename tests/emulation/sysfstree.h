@@ -33,16 +33,16 @@ public:
     void removeHidInterface(const std::string &usbName, int number, const hid::virt::DeviceDescription &interface) const;
 
     // A sound card on an audio interface of that device. It takes the lowest free card number,
-    // and its id is made unique as ALSA makes it ("Headset20", then "Headset20_1"). With
-    // `udevDatabase`, udev's database gives it the ID_ID that udev's rules make. Returns the
-    // card number.
+    // and its id is made unique as ALSA makes it ("Headset20", then "Headset20_1"); udev's
+    // database gives it the ID_ID that udev's rules make. Returns the card number.
     int addSoundCard(const std::string &usbName, const hid::virt::DeviceDescription &identity,
-                     const hid::virt::SoundCard &card, bool udevDatabase);
+                     const hid::virt::SoundCard &card);
     void removeUdevData(int card) const;
     // A sound card that is not on USB, as a machine's built-in audio.
     int addBuiltInSoundCard(const std::string &id);
 
-    // The ID_ID udev's rules give a USB sound card on `interfaceNumber` of `identity`.
+    // The ID_ID udev's rules give a USB sound card on `interfaceNumber` of `identity`. Written
+    // apart from the library's own derivation, so that the tests compare two of them.
     static std::string udevSoundCardId(const hid::virt::DeviceDescription &identity, int interfaceNumber);
 
 private:

@@ -36,6 +36,13 @@ std::unordered_set<HidDevice*>& liveDevices()
     return devices;
 }
 
+// An empty name withdraws the binding, and the default-device alias stands for a device this
+// platform does not name: neither has a sound card to look up or a headset to wait for.
+bool namesNoDevice(const QString& name)
+{
+    return name.trimmed().isEmpty() || HidDevice::IsOSDefault(name);
+}
+
 QString productString(const hid_device_info* record)
 {
     return record->product_string ? QString::fromWCharArray(record->product_string) : QString();
@@ -190,7 +197,7 @@ void HidDevice::onReaderFinished()
 
 void HidDevice::waitForHeadset()
 {
-    if (m_wanted.trimmed().isEmpty() || IsOSDefault(m_wanted)) {
+    if (namesNoDevice(m_wanted)) {
         stopWaiting();
         return;
     }
@@ -315,9 +322,7 @@ bool HidDevice::chooseAudioDevice(const QString& name)
 {
     m_info = HidDeviceInfo();
     m_choice = HidDeviceChoice();
-    // An empty name withdraws the binding, and the default-device alias stands for a device
-    // this platform does not name: neither has a sound card to look up.
-    if (name.trimmed().isEmpty() || IsOSDefault(name))
+    if (namesNoDevice(name))
         return chooseDevice(getParentDeviceName(name));
 
     const QVector<SoundCard> cards = ListSoundCards(m_system);
