@@ -203,6 +203,8 @@ private slots:
     void headsetPluggedInAfterItsNameWasReported();
     void headsetThatCannotBeOpenedIsTriedAgainOnlyOnAPlugEvent();
     void noWaitingWithoutAName();
+    void headsetWhoseNodeIsNotThereYetIsLeftForTheNextEvent();
+    void directoryThatCannotBeWatchedIsLogged();
 };
 
 // --- The hardware name --------------------------------------------------------------------------
@@ -828,6 +830,48 @@ void TestHidDevice::noWaitingWithoutAName()
     QTest::qWait(200);
     QCOMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "hide"}));
     QVERIFY(rig.logger.texts().filter(QStringLiteral("HID DEVICE Waiting for a headset")).isEmpty());
+}
+
+void TestHidDevice::headsetWhoseNodeIsNotThereYetIsLeftForTheNextEvent()
+{
+    PluggingRig rig(false);
+    QVERIFY(!rig.device.reset(EndpointOfHeadset20));
+    // hidapi lists the headset, but its node cannot be opened yet (here: it is not there).
+    const QString directory = rig.nodes.systemView().deviceDirectory;
+    hid::virt::DeviceDescription description = modelDescription("telephony-headset");
+    description.path = (directory + QStringLiteral("/hidraw900")).toStdString();
+    VirtualDevice headset = VirtualDevice::add(description);
+    QFile other(directory + QStringLiteral("/hidraw901"));
+    QVERIFY(other.open(QIODevice::WriteOnly)); // another node: a plug event
+    const QString waiting = QStringLiteral("HID DEVICE ") + pathOf(headset) + QStringLiteral(" cannot be opened yet; waiting");
+    QTRY_VERIFY(rig.logger.texts().contains(waiting));
+    QCOMPARE(rig.events.entries(), QStringList{"hide"});
+    QCOMPARE(headset.counters().opens, 0ul);
+    // Its node appears: bound.
+    QFile node(pathOf(headset));
+    QVERIFY(node.open(QIODevice::WriteOnly));
+    QTRY_COMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
+    for (const CapturedLine &line : rig.logger.lines()) {
+        if (line.text == waiting)
+            QCOMPARE(line.level, 7);
+    }
+}
+
+void TestHidDevice::directoryThatCannotBeWatchedIsLogged()
+{
+    CapturingLogger logger;
+    HidDevice device(nullptr);
+    hid::SystemView system = hid::LiveSystemView();
+    system.deviceDirectory = QStringLiteral("/nonexistent-qvhid-devices");
+    device.setSystemView(system);
+    QVERIFY(!device.reset(EndpointOfHeadset20));
+    const QList<CapturedLine> lines = logger.linesFrom(QStringLiteral("HidNodeWatcher"));
+    QCOMPARE(lines.size(), 1);
+    QCOMPARE(lines[0].text, QStringLiteral("HID DEVICE Cannot watch /nonexistent-qvhid-devices for headsets being plugged "
+                                           "in: No such file or directory"));
+    QCOMPARE(lines[0].level, 3);
+    QCOMPARE(lines[0].file, QStringLiteral("src/libs/qvhid/src/platform/hidnodewatcher"));
+    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Waiting for a headset for ") + EndpointOfHeadset20));
 }
 
 QTEST_GUILESS_MAIN(TestHidDevice)

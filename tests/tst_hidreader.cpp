@@ -655,8 +655,16 @@ void TestHidReader::resumedCallGoesFromInitialToItsState()
 {
     QFETCH(int, call);
     QFETCH(QStringList, expected);
+    CapturingLogger logger;
     ReaderRig rig(modelDescription("telephony-headset"), HidCode(), QString(), nullptr, hid::CallState(call));
     QTRY_COMPARE(rig.timeline.entries(), expected);
+    const QList<CapturedLine> resuming = logger.linesFrom(QStringLiteral("resumeCallState"));
+    QCOMPARE(resuming.size(), call == int(hid::CallState::Idle) ? 0 : 1);
+    for (const CapturedLine &line : resuming) {
+        QCOMPARE(line.text, QStringLiteral("HID READER Resuming the call"));
+        QCOMPARE(line.level, 7);
+        QCOMPARE(line.file, QStringLiteral("src/libs/qvhid/src/hidreaderbase"));
+    }
     // From there the call goes on by the usual transitions: ended (on hold and muted, the state
     // stays), then ringing again.
     rig.call("onCallEnd");

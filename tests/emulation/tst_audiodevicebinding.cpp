@@ -92,6 +92,9 @@ void TestAudioDeviceBinding::initTestCase()
         m_cards[device.name] = m_system.plug(usb);
         m_devices[device.name] = device;
     }
+    // And a headset of the plain kind, a USB device with one HID interface and no sound card.
+    m_numbers["no-sound-card"] = {number};
+    m_system.plug(number, modelDescription("echoing-headset"));
     QCOMPARE(m_cards.at("headset-a"), std::vector<int>{1});
     QCOMPARE(m_cards.at("headset-b"), std::vector<int>{2});
     QCOMPARE(m_cards.at("dock"), std::vector<int>{4});
@@ -293,6 +296,8 @@ void TestAudioDeviceBinding::probeListsTheSoundCardsOfEachInterface()
     QVERIFY2(consumer.contains(QStringLiteral("sound card 5 (id Headset40, \"Office Headset 40\")\n        binds %1 instead")
                                    .arg(pathOf("consumer-first", 1))),
              qPrintable(consumer));
+    QVERIFY2(blockOf(pathOf("no-sound-card")).contains(QLatin1String("    sound card: none on its USB device\n")),
+             qPrintable(blockOf(pathOf("no-sound-card"))));
     const QString stringless = blockOf(pathOf("stringless"));
     QVERIFY2(stringless.contains(QLatin1String("sound card 7 (id Device, \"USB Device 0x047f:0xc038\")")), qPrintable(stringless));
 }
