@@ -40,11 +40,6 @@ HidNodeWatcher::~HidNodeWatcher()
         close(m_fd);
 }
 
-bool HidNodeWatcher::isWatching() const
-{
-    return m_fd >= 0;
-}
-
 void HidNodeWatcher::onReadable()
 {
     alignas(inotify_event) char buffer[4096];

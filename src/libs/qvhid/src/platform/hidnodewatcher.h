@@ -21,11 +21,9 @@ class QVHID_EXPORT HidNodeWatcher : public QObject
     Q_OBJECT
 
 public:
+    // A directory that cannot be watched is logged; changed() then never comes.
     explicit HidNodeWatcher(const QString& directory, QObject* parent = nullptr);
     ~HidNodeWatcher() override;
-
-    // False when the directory cannot be watched (the reason is logged).
-    bool isWatching() const;
 
 signals:
     // A node named hidraw... was created, removed, renamed, or had its attributes changed.
