@@ -345,6 +345,123 @@ private slots:
         QVERIFY(isExplicit);
     }
 
+    void theBuiltInTableNamesNoFallback()
+    {
+        HidCode code;
+        QString configuration;
+        QVERIFY(!HidDeviceDict::getFallbackCode(code, configuration));
+        // Nor does a text that replaces the table.
+        HidDeviceDict::init(json(R"({"devices": [{"vid": "9", "pid": "9"}]})"));
+        QVERIFY(!HidDeviceDict::getFallbackCode(code, configuration));
+    }
+
+    void theFallbackAloneIsReadOnTopOfTheBuiltInTable()
+    {
+        CapturingLogger logger;
+        HidDeviceDict::init(json(R"({"fallbackConfiguration": "Standart"})"));
+        QCOMPARE(logger.texts(),
+                 QStringList{"HID HidDeviceDict Headsets without a row of their own get the fallback configuration Standart"});
+        QCOMPARE(logger.lines().at(0).level, 7);
+        HidCode code;
+        QString configuration;
+        QVERIFY(HidDeviceDict::getFallbackCode(code, configuration));
+        QCOMPARE(configuration, QStringLiteral("Standart"));
+        QCOMPARE(difference(code, standart()), QString());
+        // Every built-in row is still there, with its own code.
+        for (const Row& row : builtInRows) {
+            bool isExplicit = false;
+            QCOMPARE(difference(lookUp(row.vid, row.pid, isExplicit), row.configuration()), QString());
+            QVERIFY(isExplicit);
+        }
+        // Unlisted ids keep their answer: the defaults, not explicit.
+        bool isExplicit = true;
+        QCOMPARE(difference(lookUp(0x0B0E, 0x7777, isExplicit), HidCode()), QString());
+        QVERIFY(!isExplicit);
+    }
+
+    void aFallbackTextAddsItsRowsAndConfigurationsToTheBuiltInOnes()
+    {
+        HidDeviceDict::init(json(R"({
+            "fallbackConfiguration": "Mine",
+            "configurations": {"Mine": {"longDelay": true}, "JabraSpeak410": {"clickTypeOnEmptyCode": "CLICK"}},
+            "devices": [
+                {"vid": "0x4242", "pid": "0x0001", "configuration": "Standart"},
+                {"vid": "0x0B0E", "pid": "0xA346", "configuration": "Mine"}
+            ]})"));
+        HidCode code;
+        QString configuration;
+        QVERIFY(HidDeviceDict::getFallbackCode(code, configuration));
+        QCOMPARE(configuration, QStringLiteral("Mine"));
+        QVERIFY(code.longDelay);
+
+        bool isExplicit = false;
+        // A row of the text naming a built-in configuration.
+        QCOMPARE(difference(lookUp(0x4242, 0x0001, isExplicit), standart()), QString());
+        QVERIFY(isExplicit);
+        // A row of the text replaces the built-in row with the same ids.
+        QVERIFY(lookUp(0x0B0E, 0xA346, isExplicit).longDelay);
+        QCOMPARE(lookUp(0x0B0E, 0xA346, isExplicit).devUsagePage, static_cast<unsigned short>(0x000B));
+        // A configuration of the text replaces the built-in one of the same name, for built-in rows too.
+        code = lookUp(0x0B0E, 0x0410, isExplicit);
+        QVERIFY(isExplicit);
+        QCOMPARE(code.clickTypeOnEmptyCode, hid::CLICK);
+        QCOMPARE(code.longDelay, false);
+        // The other built-in rows are untouched.
+        QCOMPARE(difference(lookUp(0x1395, 0x002D, isExplicit), senchMbPro2UC()), QString());
+        QVERIFY(isExplicit);
+    }
+
+    void aFallbackThatNamesNoConfigurationIsLoggedAndUnset_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("logged");
+        const QString unknown = QStringLiteral("HID HidDeviceDict fallbackConfiguration names no configuration: %1; "
+                                               "headsets without a row of their own stay unbound");
+        const QString notAName = QStringLiteral("HID HidDeviceDict fallbackConfiguration is not a configuration name: "
+                                                "headsets without a row of their own stay unbound");
+        QTest::newRow("misspelt") << R"({"fallbackConfiguration": "Standard"})" << unknown.arg(QStringLiteral("Standard"));
+        QTest::newRow("letter case") << R"({"fallbackConfiguration": "standart"})" << unknown.arg(QStringLiteral("standart"));
+        QTest::newRow("empty name") << R"({"fallbackConfiguration": ""})" << unknown.arg(QStringLiteral(""));
+        QTest::newRow("number") << R"({"fallbackConfiguration": 1})" << notAName;
+        QTest::newRow("true") << R"({"fallbackConfiguration": true})" << notAName;
+        QTest::newRow("null") << R"({"fallbackConfiguration": null})" << notAName;
+        QTest::newRow("list") << R"({"fallbackConfiguration": ["Standart"]})" << notAName;
+    }
+
+    void aFallbackThatNamesNoConfigurationIsLoggedAndUnset()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, logged);
+        CapturingLogger logger;
+        HidDeviceDict::init(text);
+        QCOMPARE(logger.texts(), QStringList{logged});
+        QCOMPARE(logger.lines().at(0).level, 4);
+        QCOMPARE(logger.lines().at(0).function, QStringLiteral("init"));
+        HidCode code;
+        QString configuration;
+        QVERIFY(!HidDeviceDict::getFallbackCode(code, configuration));
+        // The key still puts the text on top of the built-in table.
+        bool isExplicit = false;
+        QCOMPARE(difference(lookUp(0x0B0E, 0xA346, isExplicit), jabraLink360()), QString());
+        QVERIFY(isExplicit);
+    }
+
+    void aLaterTextWithoutTheKeyDropsTheFallback()
+    {
+        HidDeviceDict::init(json(R"({"fallbackConfiguration": "Standart"})"));
+        HidCode code;
+        QString configuration;
+        QVERIFY(HidDeviceDict::getFallbackCode(code, configuration));
+        HidDeviceDict::init(json(R"({"devices": [{"vid": "9", "pid": "9"}]})"));
+        QVERIFY(!HidDeviceDict::getFallbackCode(code, configuration));
+        HidDeviceDict::init(json(R"({"fallbackConfiguration": "Standart"})"));
+        HidDeviceDict::init(json("{broken"));
+        QVERIFY(!HidDeviceDict::getFallbackCode(code, configuration));
+        HidDeviceDict::init(json(R"({"fallbackConfiguration": "Standart"})"));
+        HidDeviceDict::init();
+        QVERIFY(!HidDeviceDict::getFallbackCode(code, configuration));
+    }
+
     void invalidJsonIsLoggedWholeAndLeavesTheDictionaryEmpty()
     {
         const QString text = json("{\"configurations\": {\n  \"broken\": [}\n");

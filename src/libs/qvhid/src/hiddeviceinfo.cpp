@@ -99,9 +99,44 @@ void getCmd(const QJsonObject& object, const QString& key, std::vector<std::vect
 }
 
 QMap<HidDeviceDict::VidPid, HidCode> HidDeviceDict::devMap;
+bool HidDeviceDict::hasFallback = false;
+QString HidDeviceDict::fallbackName;
+HidCode HidDeviceDict::fallbackCode;
 QMutex HidDeviceDict::mutex;
 
 namespace {
+
+const QLatin1String FallbackKey("fallbackConfiguration");
+
+// The text of the built-in table, up to its first NUL byte; null when the resource cannot be opened.
+QString builtInTableText()
+{
+    QFile resource(QStringLiteral(":headsets.json"));
+    if (!resource.open(QIODevice::ReadOnly))
+        return QString();
+    QByteArray bytes = resource.readAll();
+    const int nul = bytes.indexOf('\0');
+    if (nul >= 0)
+        bytes.truncate(nul);
+    return QString::fromLatin1(bytes);
+}
+
+// A dictionary that names a fallback configuration is read on top of the built-in table, so
+// that opting in takes one line and the application's own rows add to the built-in ones:
+// the built-in configurations and rows come first, the text's after them, and a later
+// configuration of the same name, or a later row with the same ids, replaces the earlier one.
+void layerOnBuiltInTable(QJsonObject& configurations, QJsonArray& devices)
+{
+    const QJsonObject builtIn = QJsonDocument::fromJson(builtInTableText().toUtf8()).object();
+    QJsonObject allConfigurations = builtIn.value(QLatin1String("configurations")).toObject();
+    for (auto configuration = configurations.constBegin(); configuration != configurations.constEnd(); ++configuration)
+        allConfigurations.insert(configuration.key(), configuration.value());
+    QJsonArray allDevices = builtIn.value(QLatin1String("devices")).toArray();
+    for (const QJsonValue& row : qAsConst(devices))
+        allDevices.append(row);
+    configurations = allConfigurations;
+    devices = allDevices;
+}
 
 // One device row: the built-in defaults, overridden by the keys its configuration has.
 HidCode codeFromConfiguration(const QJsonObject& configuration)
@@ -133,29 +168,28 @@ HidCode codeFromConfiguration(const QJsonObject& configuration)
 
 void HidDeviceDict::init()
 {
-    QFile resource(QStringLiteral(":headsets.json"));
-    if (!resource.open(QIODevice::ReadOnly))
-        return;
-    QByteArray bytes = resource.readAll();
-    const int nul = bytes.indexOf('\0');
-    if (nul >= 0)
-        bytes.truncate(nul);
-    init(QString::fromLatin1(bytes));
+    const QString text = builtInTableText();
+    if (!text.isNull())
+        init(text);
 }
 
 void HidDeviceDict::init(const QString& json)
 {
-    bool parsed = false;
+    const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
+    const QJsonObject root = document.object();
+    QJsonObject configurations = root.value(QLatin1String("configurations")).toObject();
+    QJsonArray devices = root.value(QLatin1String("devices")).toArray();
+    const bool layered = root.contains(FallbackKey);
+    if (layered)
+        layerOnBuiltInTable(configurations, devices);
+    const QJsonValue fallback = root.value(FallbackKey);
+    const bool fallbackNamesConfiguration = fallback.isString() && configurations.contains(fallback.toString());
+
     {
         MutexLocker lock(&mutex);
         devMap.clear();
-        const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
-        parsed = !document.isNull();
-        const QJsonObject root = document.object();
-        const QJsonObject configurations = root.value(QLatin1String("configurations")).toObject();
-        const QJsonArray devices = root.value(QLatin1String("devices")).toArray();
         QHash<QString, HidCode> codes; // each configuration is read once, however many rows name it
-        for (const QJsonValue& deviceValue : devices) {
+        for (const QJsonValue& deviceValue : qAsConst(devices)) {
             const QJsonObject row = deviceValue.toObject();
             const auto vid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("vid")), 0));
             const auto pid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("pid")), 0));
@@ -167,13 +201,26 @@ void HidDeviceDict::init(const QString& json)
             // A later row with the same ids replaces the earlier one.
             devMap.insert(VidPid(vid, pid), code.value());
         }
+        hasFallback = fallbackNamesConfiguration;
+        fallbackName = fallbackNamesConfiguration ? fallback.toString() : QString();
+        fallbackCode = fallbackNamesConfiguration ? codeFromConfiguration(configurations.value(fallbackName).toObject())
+                                                  : HidCode();
     }
     // Logged outside the lock, so that a logger may look codes up without deadlocking.
-    if (!parsed)
+    if (document.isNull())
         HID_LOG(log::Error) << "HID HidDeviceDict failed to parse configuration: \n" << json;
+    else if (fallbackNamesConfiguration)
+        HID_LOG(log::Trace) << "HID HidDeviceDict Headsets without a row of their own get the fallback configuration "
+                            << fallback.toString();
+    else if (layered && !fallback.isString())
+        HID_LOG(log::Warning) << "HID HidDeviceDict fallbackConfiguration is not a configuration name: "
+                                 "headsets without a row of their own stay unbound";
+    else if (layered)
+        HID_LOG(log::Warning) << "HID HidDeviceDict fallbackConfiguration names no configuration: "
+                              << fallback.toString() << "; headsets without a row of their own stay unbound";
 }
 
-HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool& isExplicit)
+void HidDeviceDict::loadIfEmpty()
 {
     bool empty = false;
     {
@@ -184,7 +231,11 @@ HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool& 
     // replaces the whole map, so they agree.
     if (empty)
         init();
+}
 
+HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool& isExplicit)
+{
+    loadIfEmpty();
     MutexLocker lock(&mutex);
     isExplicit = false;
     const auto exact = devMap.constFind(VidPid(vid, pid));
@@ -196,6 +247,17 @@ HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool& 
     if (vendorWide != devMap.constEnd())
         return vendorWide.value();
     return HidCode();
+}
+
+bool HidDeviceDict::getFallbackCode(HidCode& code, QString& configuration)
+{
+    loadIfEmpty();
+    MutexLocker lock(&mutex);
+    if (!hasFallback)
+        return false;
+    code = fallbackCode;
+    configuration = fallbackName;
+    return true;
 }
 
 } // namespace hid

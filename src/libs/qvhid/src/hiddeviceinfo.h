@@ -110,6 +110,10 @@ struct HidDeviceInfo
 //
 // It holds either the built-in table (the resource ":headsets.json", loaded on the first
 // lookup of an empty dictionary) or the application's own JSON text, which replaces it whole.
+// A text with the top-level member "fallbackConfiguration" is the exception: it is read on top
+// of the built-in table instead (its configurations and rows added to the built-in ones, its
+// own replacing those of the same name or ids), and names the configuration of headsets that
+// have no row of their own. The built-in table names none.
 // Every member is static and every operation may be called from any thread.
 class QVHID_EXPORT HidDeviceDict
 {
@@ -141,10 +145,19 @@ public:
     // The code of the product's own row (isExplicit true), else of its vendor's row (pid 0),
     // else the built-in defaults (isExplicit false in both cases).
     static HidCode getHidCode(unsigned short vid, unsigned short pid, bool& isExplicit);
+    // The configuration that the dictionary's "fallbackConfiguration" names, for headsets
+    // without a row of their own: true, with its name and code, when the dictionary has one.
+    static bool getFallbackCode(HidCode& code, QString& configuration);
 
 private:
+    // Loads the built-in table into an empty dictionary.
+    static void loadIfEmpty();
+
     static QMap<VidPid, HidCode> devMap;
-    static QMutex mutex; // guards devMap
+    static bool hasFallback;
+    static QString fallbackName;
+    static HidCode fallbackCode;
+    static QMutex mutex; // guards devMap and the fallback
 };
 
 } // namespace hid

@@ -13,6 +13,7 @@ namespace hid {
 namespace log {
 
 constexpr int Error = 3;
+constexpr int Warning = 4;
 constexpr int Trace = 7;
 
 // "src/libs/qvhid/src/hiddevice.cpp" -> "src/libs/qvhid/src/hiddevice". The build maps the
