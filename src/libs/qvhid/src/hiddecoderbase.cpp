@@ -123,10 +123,8 @@ bool HidDecoderBase::makeOutputReport(unsigned short page, const std::vector<uns
         });
     }
 
-    const hid_collection *found = topLevel;
-    while (found && !(found->usage_page == m_info.code.devUsagePage
-                      && found->usage == m_info.code.devUsageID))
-        found = found->next_sibling;
+    const hid_collection *found =
+        findCallControlCollection(m_descriptor, m_info.code.devUsagePage, m_info.code.devUsageID);
     if (!found)
         return false;
 
@@ -163,6 +161,17 @@ bool HidDecoderBase::makeOutputReport(unsigned short page, const std::vector<uns
         std::free(report);
     }
     return true;
+}
+
+const hid_collection *HidDecoderBase::findCallControlCollection(const hid_descriptor *descriptor,
+                                                                unsigned short usagePage, unsigned short usage)
+{
+    if (!descriptor || !descriptor->device_collection)
+        return nullptr;
+    const hid_collection *found = descriptor->device_collection->first_child;
+    while (found && !(found->usage_page == usagePage && found->usage == usage))
+        found = found->next_sibling;
+    return found;
 }
 
 bool HidDecoderBase::isSet(const std::vector<unsigned short> &usages, unsigned short usage)

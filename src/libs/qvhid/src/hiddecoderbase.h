@@ -13,6 +13,7 @@
 struct hid_device_;
 typedef struct hid_device_ hid_device;
 struct hid_descriptor;
+struct hid_collection;
 
 namespace hid {
 
@@ -41,6 +42,10 @@ public:
     virtual bool makeOutputReport(unsigned short page, const std::vector<unsigned short> &usages,
                                   std::vector<std::vector<unsigned char>> &reports);
 
+    // The top-level collection of `descriptor` with this usage page and usage, where a headset
+    // keeps its call control; null when it has none.
+    static const hid_collection *findCallControlCollection(const hid_descriptor *descriptor,
+                                                           unsigned short usagePage, unsigned short usage);
     static bool isSet(const std::vector<unsigned short> &usages, unsigned short usage);
     // True when the bytes begin with one of the patterns or a pattern begins with the bytes.
     static bool isKindOf(ByteIterator first, ByteIterator last,

@@ -1,10 +1,12 @@
 #include "hiddevice.h"
 
+#include "hiddecoderbase.h"
 #include "hidlog.h"
 #include "platform/audiodevicename.h"
 #include "platform/hiddevicelookup.h"
 #include "platform/hidnodewatcher.h"
 #include "platform/hidreader.h"
+#include "platform/reportdescriptor.h"
 
 #include <hidapi.h>
 
@@ -46,6 +48,18 @@ bool namesNoDevice(const QString& name)
 QString productString(const hid_device_info* record)
 {
     return record->product_string ? QString::fromWCharArray(record->product_string) : QString();
+}
+
+// "0x000B"
+QString hexWord(unsigned short value)
+{
+    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, 4, 16, QLatin1Char('0')).toUpper();
+}
+
+// Whether the interface is listed under the configuration's call-control collection.
+bool isCallControl(const hid_device_info* record, const HidCode& code)
+{
+    return record->usage_page == code.devUsagePage && record->usage == code.devUsageID;
 }
 
 } // namespace
@@ -339,7 +353,7 @@ bool HidDevice::chooseAudioDevice(const QString& name)
         found = chooseDevice(parentName);
         const QString step = QStringLiteral("no sound card; product string \"%1\"").arg(parentName);
         m_choice.rule = found ? step + QLatin1String(", ") + m_choice.rule
-                              : step + QLatin1String(": no HID interface with it is listed in the dictionary");
+                              : step + QLatin1String(": no HID interface with it is listed in the dictionary") + m_fallbackRefusal;
     }
     if (found)
         HID_LOG(log::Trace) << "HID DEVICE Chose " << m_info.path << " for " << name << ": " << m_choice.rule;
@@ -373,7 +387,7 @@ bool HidDevice::chooseDeviceOfSoundCard(const QString& name, const SoundCard& ca
     else if (interfaces == 0)
         m_choice.rule = step + QLatin1String(": its USB device has no HID interface");
     else
-        m_choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary");
+        m_choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary") + m_fallbackRefusal;
     return found;
 }
 
@@ -400,6 +414,7 @@ bool HidDevice::findDevice(hid_device_info* devices, const QString& name)
 
 bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(const hid_device_info*)>& belongs)
 {
+    m_fallbackRefusal.clear();
     HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Devices list: ";
     for (const hid_device_info* record = devices; record; record = record->next) {
         HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Device [" << productString(record)
@@ -408,11 +423,9 @@ bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(c
                                              << record->usage << ")";
     }
 
-    const auto isCallControl = [](const hid_device_info* record, const HidCode& code) {
-        return record->usage_page == code.devUsagePage && record->usage == code.devUsageID;
-    };
     const hid_device_info* chosen = nullptr;
     HidCode chosenCode;
+    std::vector<const hid_device_info*> unlisted;
     for (const hid_device_info* record = devices; record; record = record->next) {
         if (!belongs(record))
             continue;
@@ -423,9 +436,12 @@ bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(c
                                              << record->product_id << "): " << code.devUsagePage << " "
                                              << code.devUsageID << " " << code.inputPage << " " << code.outputPage
                                              << " explicit: " << isExplicit;
-        // Only a row of its own makes a headset ours: a vendor-wide row is not enough.
-        if (!isExplicit)
+        // Only a row of its own makes a headset ours: a vendor-wide row is not enough. Without
+        // one, only the dictionary's fallback configuration may still bind it (below).
+        if (!isExplicit) {
+            unlisted.push_back(record);
             continue;
+        }
         // A headset shows its product string and ids on several interfaces; its buttons and
         // lamps are on the one that is the configuration's call-control collection. A later
         // interface replaces an earlier one only for being that collection.
@@ -435,6 +451,23 @@ bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(c
         }
         if (isCallControl(chosen, chosenCode))
             break;
+    }
+
+    QString how;
+    if (chosen) {
+        how = isCallControl(chosen, chosenCode)
+                  ? QStringLiteral("interface %1, the configuration's call-control collection").arg(chosen->interface_number)
+                  : QStringLiteral("interface %1, the first listed (none is the configuration's call-control collection)")
+                        .arg(chosen->interface_number);
+    } else {
+        // A row of its own always wins: the fallback is asked only when no interface has one.
+        QString configuration;
+        chosen = chooseByFallback(unlisted, chosenCode, configuration);
+        if (chosen)
+            how = QStringLiteral("interface %1, the call-control collection %2/%3 of the fallback configuration \"%4\" "
+                                 "(its ids have no row of their own)")
+                      .arg(chosen->interface_number)
+                      .arg(hexWord(chosenCode.devUsagePage), hexWord(chosenCode.devUsageID), configuration);
     }
     if (!chosen)
         return false;
@@ -448,14 +481,54 @@ bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(c
     m_choice.interfaceNumber = chosen->interface_number;
     m_choice.usagePage = chosen->usage_page;
     m_choice.usage = chosen->usage;
-    m_choice.rule = isCallControl(chosen, chosenCode)
-                        ? QStringLiteral("interface %1, the configuration's call-control collection").arg(chosen->interface_number)
-                        : QStringLiteral("interface %1, the first listed (none is the configuration's call-control collection)")
-                              .arg(chosen->interface_number);
+    m_choice.rule = how;
     HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Device found vid, pid, hid page, hid usage: "
                                          << chosen->vendor_id << ", " << chosen->product_id << ", "
                                          << chosen->usage_page << ", " << chosen->usage;
     return true;
+}
+
+const hid_device_info* HidDevice::chooseByFallback(const std::vector<const hid_device_info*>& unlisted, HidCode& code,
+                                                   QString& configuration)
+{
+    if (unlisted.empty() || !HidDeviceDict::getFallbackCode(code, configuration))
+        return nullptr;
+    const QString collection = hexWord(code.devUsagePage) + QLatin1Char('/') + hexWord(code.devUsageID);
+    QStringList examined;
+    for (const hid_device_info* record : unlisted) {
+        // hidapi lists an interface once per collection: its descriptor is read once.
+        const QString path = QString::fromUtf8(record->path);
+        if (examined.contains(path))
+            continue;
+        examined << path;
+        const QString device = QStringLiteral("%1 (%2:%3)").arg(path, hexWord(record->vendor_id), hexWord(record->product_id));
+        const ReportDescriptor descriptor = ReadReportDescriptor(m_system, path);
+        QString refusal;
+        if (!descriptor)
+            refusal = QStringLiteral("its report descriptor cannot be read");
+        else if (!HidDecoderBase::findCallControlCollection(descriptor.get(), code.devUsagePage, code.devUsageID))
+            refusal = QStringLiteral("its report descriptor has no collection %1").arg(collection);
+        if (!refusal.isEmpty()) {
+            HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE " << device << " has no row of its own and " << refusal
+                                                 << ": the fallback configuration " << configuration << " does not bind it";
+            m_fallbackRefusal = QStringLiteral("; the fallback configuration \"%1\" does not bind %2: %3")
+                                    .arg(configuration, path, refusal);
+            continue;
+        }
+        // Bound on that collection's own entry when hidapi lists one, as the decoder finds it there.
+        const hid_device_info* chosen = record;
+        for (const hid_device_info* candidate : unlisted) {
+            if (QString::fromUtf8(candidate->path) == path && isCallControl(candidate, code)) {
+                chosen = candidate;
+                break;
+            }
+        }
+        HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE " << device << " has no row of its own; its report descriptor has "
+                                             << "the collection " << collection
+                                             << ": bound through the fallback configuration " << configuration;
+        return chosen;
+    }
+    return nullptr;
 }
 
 const HidDeviceInfo& HidDevice::getInfo() const

@@ -15,6 +15,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <vector>
 
 // hidapi's enumeration record, as its header declares it.
 struct hid_device_info;
@@ -92,15 +93,18 @@ public:
     // can be chosen, or none. A name that stands for no sound card is matched by product
     // string instead (getParentDeviceName, chooseDevice). Either way only an interface whose
     // ids the dictionary lists explicitly is chosen, and among several, one whose usage page and
-    // usage are its configuration's call-control collection comes first. The previous choice
-    // is forgotten whatever the outcome.
+    // usage are its configuration's call-control collection comes first. Only when none is
+    // listed, and the dictionary names a fallback configuration, an interface whose report
+    // descriptor has that configuration's call-control collection is chosen, on that
+    // collection. The previous choice is forgotten whatever the outcome.
     bool chooseAudioDevice(const QString& name);
     // Enumerates the HID devices and chooses the one for `parentName`; true when one was chosen.
     // The previous choice is forgotten whatever the outcome.
     bool chooseDevice(const QString& parentName);
     // Walks an enumeration list (null is an empty one) and takes a record whose product string
     // is `name` and whose ids the dictionary lists explicitly: the first that is its
-    // configuration's call-control collection, else the first.
+    // configuration's call-control collection, else the first; failing both, one that the
+    // dictionary's fallback configuration binds.
     bool findDevice(hid_device_info* devices, const QString& name);
 
     // True when `name` is the system's default-device alias "Wave mapper", in any letter case.
@@ -153,8 +157,13 @@ private:
     bool chooseDeviceOfSoundCard(const QString& name, const SoundCard& card, const QString& rule);
     // The walk shared by both steps: of the records that `belongs` accepts and whose ids the
     // dictionary lists explicitly, the first that is the configuration's call-control
-    // collection, else the first; fills m_info and m_choice.
+    // collection, else the first, else the fallback's choice; fills m_info and m_choice.
     bool chooseAmong(hid_device_info* devices, const std::function<bool(const hid_device_info*)>& belongs);
+    // Of interfaces whose ids have no row of their own, the first whose report descriptor has
+    // the call-control collection of the dictionary's fallback configuration; null when the
+    // dictionary names none or no interface has it (m_fallbackRefusal then says why).
+    const hid_device_info* chooseByFallback(const std::vector<const hid_device_info*>& unlisted, HidCode& code,
+                                            QString& configuration);
     void waitForStoppingThreads();
     // Run by the application object's destructor while it still exists: once it is gone, a
     // reader thread can no longer deliver the events that delete its reader and close the
@@ -163,6 +172,9 @@ private:
 
     HidDeviceInfo m_info;
     HidDeviceChoice m_choice;
+    // Why the fallback configuration bound none of the interfaces of the last choice, as the
+    // end of a rule ("; the fallback configuration ... does not bind ..."); empty otherwise.
+    QString m_fallbackRefusal;
     SystemView m_system = LiveSystemView();
     HidReaderBase* m_reader = nullptr;
     ReaderThread* m_thread = nullptr;
