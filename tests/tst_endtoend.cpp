@@ -71,6 +71,7 @@ private slots:
     void unplugMidCallAndReplugResumesTheCall();
     void headsetPluggedInAfterTheApplicationChoseIt();
     void headsetWithUnlistedIdsIsNeverBound();
+    void unlistedHeadsetIsBoundThroughTheFallback();
     void headsetIsBoundOnItsCallControlInterface();
 
 private:
@@ -359,6 +360,40 @@ void TestEndToEnd::headsetWithUnlistedIdsIsNeverBound()
     QTest::qWait(50);
     QCOMPARE(events.entries(), (QStringList{"hide", "hide"}));
     QCOMPARE(headset.opens(), 0ul);
+}
+
+void TestEndToEnd::unlistedHeadsetIsBoundThroughTheFallback()
+{
+    hid::virt::DeviceDescription unlisted = modelDescription("telephony-headset");
+    unlisted.vendorId = 0x1209;
+    unlisted.productId = 0x9999;
+    TestHeadset headset = TestHeadset::add(unlisted);
+    m_devices.append({QStringLiteral("unlisted"), headset});
+    manager().InitHidDevices(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
+    QCOMPARE(headset.openHandles(), 1);
+
+    // The whole call, byte for byte as on a listed headset of the standard configuration.
+    reportWholeCall();
+    QTRY_COMPARE(headset.written(), (QStringList{"0200", "0222", "0221", "0225", "0221", "0229", "022d", "0200"}));
+    QTRY_COMPARE(events.since(3), WholeCallStates);
+
+    // And its buttons: answer, mute, reject.
+    manager().onCallIncome();
+    QTRY_COMPARE(events.since(9), QStringList{"state:Incoming call"});
+    headset.press("answer");
+    QTRY_COMPARE(events.since(10), QStringList{"click"});
+    manager().onCallUnmuted();
+    QTRY_COMPARE(events.since(11), QStringList{"state:Talk"});
+    headset.press("mute");
+    headset.release("mute");
+    QTRY_COMPARE(events.since(12), QStringList{"mute"});
+    headset.press("drop");
+    headset.release("drop");
+    QTRY_COMPARE(events.since(12), (QStringList{"mute", "reject"}));
 }
 
 void TestEndToEnd::headsetIsBoundOnItsCallControlInterface()

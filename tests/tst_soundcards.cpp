@@ -117,6 +117,7 @@ private slots:
     void logsWhichRuleFoundTheCardAndTheInterface();
     void logsWhyNothingWasBound_data();
     void logsWhyNothingWasBound();
+    void unlistedHeadsetOfTheCardIsBoundThroughTheFallback();
     void nameOfNoCardFallsBackToTheProductString();
 };
 
@@ -124,13 +125,14 @@ void TestSoundCards::listsEveryCardWithItsUsbDevice()
 {
     FakeDesk desk;
     const QVector<SoundCard> cards = hid::ListSoundCards(desk.view());
-    QCOMPARE(cards.size(), 8);
+    QCOMPARE(cards.size(), 9);
     QStringList ids;
     for (int i = 0; i < cards.size(); ++i) {
         QCOMPARE(cards[i].number, i);
         ids << cards[i].id;
     }
-    QCOMPARE(ids, (QStringList{"PCH", "Headset20", "Headset20_1", "Adapter360", "Dock", "Headset40", "Headset30", "Device"}));
+    QCOMPARE(ids, (QStringList{"PCH", "Headset20", "Headset20_1", "Adapter360", "Dock", "Headset40", "Headset30", "Device",
+                              "Headset50"}));
 
     QVERIFY(!cards[0].isUsb());
     QVERIFY(cards[0].udevId.isEmpty());
@@ -157,15 +159,15 @@ void TestSoundCards::listsEveryCardWithItsUsbDevice()
 void TestSoundCards::udevIdIsMadeFromSysfsWhenUdevHasNone()
 {
     FakeDesk desk;
-    for (int card = 0; card < 8; ++card)
+    for (int card = 0; card < 9; ++card)
         desk.removeUdevData(card);
     const QVector<SoundCard> cards = hid::ListSoundCards(desk.view());
-    QCOMPARE(cards.size(), 8);
+    QCOMPARE(cards.size(), 9);
     QVERIFY(cards[0].udevId.isEmpty());
     const QStringList expected = {"usb-Virtual_Audio_Office_Headset_20_A1B2C3-00", "usb-Virtual_Audio_Office_Headset_20_D4E5F6-00",
                                   "usb-Virtual_Audio_Link_Adapter_360_VL-0360-00", "usb-Virtual_Docks_Desk_Dock_5_DK-0005-00",
                                   "usb-Virtual_Audio_Office_Headset_40_VH-0040-00", "usb-Virtual_Audio_Office_Headset_30-00",
-                                  "usb-047f_c038-00"};
+                                  "usb-047f_c038-00", "usb-Virtual_Audio_Office_Headset_50_UH-0050-00"};
     for (int i = 1; i < cards.size(); ++i) {
         QCOMPARE(cards[i].udevId, expected[i - 1]);
         QVERIFY(cards[i].udevIdDerived);
@@ -392,6 +394,9 @@ void TestSoundCards::logsWhyNothingWasBound_data()
     QTest::newRow("built-in audio") << "hw:0" << "sound card 0 (PCH) by ALSA card index hw:0: the card is not a USB device";
     QTest::newRow("Bluetooth") << "bluez_output.00_1B_66_AA_BB_CC.1"
                                << "Bluetooth device name: a Bluetooth device has no USB HID interface";
+    QTest::newRow("unlisted headset") << "hw:8"
+                                      << "sound card 8 (Headset50) by ALSA card index hw:8: no HID interface of its USB "
+                                         "device is listed in the dictionary";
     QTest::newRow("unknown product") << "Speakers (Office Headset 99)"
                                      << "no sound card; product string \"Office Headset 99\": no HID interface with it is "
                                         "listed in the dictionary";
@@ -411,6 +416,30 @@ void TestSoundCards::logsWhyNothingWasBound()
     QCOMPARE(logger.texts().last(), QStringLiteral("HID DEVICE Nothing bound for %1: %2").arg(name, why));
 }
 
+void TestSoundCards::unlistedHeadsetOfTheCardIsBoundThroughTheFallback()
+{
+    FakeDesk desk;
+    hid::HidDevice binding(nullptr);
+    binding.setSystemView(desk.view());
+    hid::HidDeviceDict::init(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
+    const QString name = QStringLiteral("alsa_output.usb-Virtual_Audio_Office_Headset_50_UH-0050-00.analog-stereo");
+    QVERIFY(binding.chooseAudioDevice(name));
+    QCOMPARE(binding.getInfo().path, desk.path("unlisted"));
+    QCOMPARE(binding.getChoice().soundCard, 8);
+    QVERIFY2(binding.getChoice().rule.endsWith(QLatin1String(", interface 3, the call-control collection 0x000B/0x0005 "
+                                                             "of the fallback configuration \"Standart\" (its ids have no "
+                                                             "row of their own)")),
+             qPrintable(binding.getChoice().rule));
+    // Its descriptor came from sysfs: nothing was opened.
+    QCOMPARE(desk.headset("unlisted").counters().opens, 0ul);
+
+    // The other cards are as before: a listed headset is still bound by its row, the dock still has no HID.
+    QVERIFY(binding.chooseAudioDevice(QStringLiteral("hw:1")));
+    QVERIFY(binding.getChoice().rule.endsWith(QLatin1String("the configuration's call-control collection")));
+    QVERIFY(!binding.chooseAudioDevice(QStringLiteral("hw:4")));
+    hid::HidDeviceDict::init();
+}
+
 void TestSoundCards::nameOfNoCardFallsBackToTheProductString()
 {
     // A Windows-style endpoint names no card: the product string decides, as it always has,
@@ -424,7 +453,7 @@ void TestSoundCards::nameOfNoCardFallsBackToTheProductString()
     QCOMPARE(binding.getInfo().path, desk.path("headset-a"));
     QCOMPARE(binding.getChoice().soundCard, -1);
     const QStringList texts = logger.texts();
-    QCOMPARE(texts.first(), QStringLiteral("HID DEVICE Audio device %1 names none of the 8 sound cards of this machine: "
+    QCOMPARE(texts.first(), QStringLiteral("HID DEVICE Audio device %1 names none of the 9 sound cards of this machine: "
                                            "choosing by product string")
                                 .arg(name));
     QCOMPARE(texts.at(1), QStringLiteral("HID DEVICE Parent device is Office Headset 20"));

@@ -53,6 +53,7 @@ private slots:
     void dockNamesBindNothing_data();
     void dockNamesBindNothing();
     void soundServerNameWithAndWithoutUdevData();
+    void unlistedHeadsetIsBoundThroughTheFallback();
     void probeMatchesEveryNameForm();
     void probeListsTheSoundCardsOfEachInterface();
 
@@ -213,6 +214,38 @@ void TestAudioDeviceBinding::soundServerNameWithAndWithoutUdevData()
     manager().onActiveAudioDeviceChanged(SinkWithoutSerial);
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 30", "state:Initial"}));
     QCOMPARE(m_system.server().openFiles(numberOf("no-serial")), 1);
+}
+
+void TestAudioDeviceBinding::unlistedHeadsetIsBoundThroughTheFallback()
+{
+    const QString sink = QStringLiteral("alsa_output.usb-Virtual_Audio_Office_Headset_50_UH-0050-00.analog-stereo");
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(sink);
+    QCOMPARE(events.entries(), QStringList{"hide"});
+
+    manager().InitHidDevices(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
+    const unsigned long opensBefore = m_system.server().opens(numberOf("unlisted"));
+    m_system.server().clearWritten(numberOf("unlisted"));
+    manager().onActiveAudioDeviceChanged(sink);
+    QTRY_COMPARE(events.since(1), (QStringList{"hide", "show:Office Headset 50", "state:Initial"}));
+    // The descriptor was read from sysfs; the only open is the reader's.
+    QCOMPARE(m_system.server().opens(numberOf("unlisted")), opensBefore + 1);
+
+    manager().onCallIncome();
+    QTRY_COMPARE(events.since(4), QStringList{"state:Incoming call"});
+    press("unlisted", "answer");
+    QTRY_COMPARE(events.since(5), QStringList{"click"});
+    manager().onCallUnmuted();
+    QTRY_COMPARE(events.since(6), QStringList{"state:Talk"});
+    press("unlisted", "hangup");
+    QTRY_COMPARE(events.since(7), QStringList{"click"});
+    manager().onCallEnd();
+    QTRY_COMPARE(events.since(8), QStringList{"state:Initial"});
+    // Lamps off; Ring and On-Line; Off-Hook and On-Line; all off.
+    QTRY_COMPARE(m_system.server().written(numberOf("unlisted")),
+                 (std::vector<hid::virt::Bytes>{{0x02, 0x00}, {0x02, 0x22}, {0x02, 0x21}, {0x02, 0x00}}));
+    hid::HidDeviceDict::init();
 }
 
 void TestAudioDeviceBinding::probeMatchesEveryNameForm()

@@ -14,6 +14,7 @@
 //   5     Headset40    "Office Headset 40", Consumer Control on interface 2, telephony on 3
 //   6     Headset30    "Office Headset 30", no serial number
 //   7     Device       0x047f:0xc038 without any strings: the kernel calls it "USB Device 0x047f:0xc038"
+//   8     Headset50    "Office Headset 50", 0x1209:0x0050: a telephony headset no dictionary row lists
 
 #include "virtualheadsets.h"
 
@@ -63,6 +64,14 @@ inline std::vector<DeskDevice> deskDevices()
     }
     stringless.soundCards = {{0, "Device"}};
 
+    DeskDevice unlisted = deskDeviceOf("unlisted", "telephony-headset", L"UH-0050");
+    for (hid::virt::DeviceDescription *description : {&unlisted.identity, &unlisted.interfaces.front()}) {
+        description->vendorId = 0x1209;
+        description->productId = 0x0050;
+        description->product = L"Office Headset 50";
+    }
+    unlisted.soundCards = {{0, "Headset50"}};
+
     return {
         deskDeviceOf("headset-a", "telephony-headset", L"A1B2C3"),
         deskDeviceOf("headset-b", "telephony-headset", L"D4E5F6"),
@@ -71,6 +80,7 @@ inline std::vector<DeskDevice> deskDevices()
         deskDeviceOf("consumer-first", "consumer-first-headset", L"VH-0040"),
         deskDeviceOf("no-serial", "telephony-headset-no-ids", L""),
         stringless,
+        unlisted,
     };
 }
 
