@@ -64,14 +64,6 @@ inline std::vector<DeskDevice> deskDevices()
     }
     stringless.soundCards = {{0, "Device"}};
 
-    DeskDevice unlisted = deskDeviceOf("unlisted", "telephony-headset", L"UH-0050");
-    for (hid::virt::DeviceDescription *description : {&unlisted.identity, &unlisted.interfaces.front()}) {
-        description->vendorId = 0x1209;
-        description->productId = 0x0050;
-        description->product = L"Office Headset 50";
-    }
-    unlisted.soundCards = {{0, "Headset50"}};
-
     return {
         deskDeviceOf("headset-a", "telephony-headset", L"A1B2C3"),
         deskDeviceOf("headset-b", "telephony-headset", L"D4E5F6"),
@@ -80,7 +72,7 @@ inline std::vector<DeskDevice> deskDevices()
         deskDeviceOf("consumer-first", "consumer-first-headset", L"VH-0040"),
         deskDeviceOf("no-serial", "telephony-headset-no-ids", L""),
         stringless,
-        unlisted,
+        deskDeviceOf("unlisted", "unlisted-headset", L"UH-0050"),
     };
 }
 

@@ -226,6 +226,18 @@ DeviceDescription echoingHeadset()
     return description;
 }
 
+// The standard telephony headset under ids that no dictionary row lists (the test vendor
+// 0x1209): only a dictionary's fallback configuration binds it.
+DeviceDescription unlistedHeadset()
+{
+    DeviceDescription description = telephonyHeadset(true);
+    description.vendorId = 0x1209;
+    description.productId = 0x0050;
+    description.product = L"Office Headset 50";
+    description.serialNumber = L"UH-0050";
+    return description;
+}
+
 std::vector<Model> makeModels()
 {
     return {
@@ -249,6 +261,10 @@ std::vector<Model> makeModels()
          "Telephony headset without report ids that answers every write with an input report",
          {echoingHeadset()},
          {{0, "Headset310"}}},
+        {"unlisted-headset",
+         "Telephony headset whose ids no dictionary row lists: bound through a fallback configuration",
+         {unlistedHeadset()},
+         {{0, "Headset50"}}},
     };
 }
 
