@@ -41,12 +41,14 @@ private slots:
     void demoPlaysAWholeCall_data();
     void demoPlaysAWholeCall();
     void demoBindsTheCallControlInterfaceOfAHeadsetWhoseFirstInterfaceHasNoLamps();
+    void demoPlaysAnUnlistedHeadsetOnlyWithAFallback();
     void demoNamesItsModels();
     void demoRejectsAnUnknownModel();
     void everyCommandHasHelp_data();
     void everyCommandHasHelp();
     void udevRulesCoverTheBuiltInDictionary();
     void udevRulesOfADictionaryFile();
+    void udevRulesSayHowToReachHeadsetsOfTheFallback();
     void udevRulesOfAMissingFileIsAUsageError();
     void builtRulesFileMatchesTheCommand();
 };
@@ -56,7 +58,7 @@ void TestProbe::withoutCommandShowsTheCommands()
     const ProbeRun run = runProbe({});
     QCOMPARE(run.exitCode, 2);
     QVERIFY(run.err.contains(QLatin1String("Usage: qvhid-probe COMMAND")));
-    for (const char *command : {"demo", "list", "watch", "check-dictionary", "udev-rules"})
+    for (const char *command : {"demo", "list", "match", "watch", "check-dictionary", "udev-rules"})
         QVERIFY2(run.err.contains(QLatin1String(command)), command);
     QCOMPARE(runProbe({QStringLiteral("--help")}).exitCode, 0);
 }
@@ -128,12 +130,27 @@ void TestProbe::demoBindsTheCallControlInterfaceOfAHeadsetWhoseFirstInterfaceHas
     QVERIFY(!run.out.contains(QLatin1String("FAILED")));
 }
 
+void TestProbe::demoPlaysAnUnlistedHeadsetOnlyWithAFallback()
+{
+    const ProbeRun refused = runProbe({QStringLiteral("demo"), QStringLiteral("unlisted-headset")});
+    QCOMPARE(refused.exitCode, 1);
+    QCOMPARE(refused.err, QStringLiteral("qvhid-probe demo: no dictionary row lists unlisted-headset (0x1209:0x0050); "
+                                         "'qvhid-probe demo unlisted-headset --fallback Standart' binds it through the "
+                                         "standard fallback configuration.\n"));
+    const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("unlisted-headset"), QStringLiteral("--fallback"),
+                                   QStringLiteral("Standart")});
+    QVERIFY2(run.exitCode == 0, qPrintable(run.out + run.err));
+    QCOMPARE(row(run.out, QStringLiteral("call comes in")),
+             QStringLiteral("application call comes in Ring On-Line state \"Incoming call\""));
+    QVERIFY(run.out.contains(QLatin1String("All 8 steps behaved as expected")));
+}
+
 void TestProbe::demoNamesItsModels()
 {
     const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("--list-models")});
     QCOMPARE(run.exitCode, 0);
     for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset",
-                              "consumer-first-headset", "echoing-headset"})
+                              "consumer-first-headset", "echoing-headset", "unlisted-headset"})
         QVERIFY2(run.out.contains(QLatin1String(model)), model);
 }
 
@@ -148,7 +165,7 @@ void TestProbe::demoRejectsAnUnknownModel()
 void TestProbe::everyCommandHasHelp_data()
 {
     QTest::addColumn<QString>("command");
-    for (const char *command : {"demo", "list", "watch", "check-dictionary", "udev-rules"})
+    for (const char *command : {"demo", "list", "match", "watch", "check-dictionary", "udev-rules"})
         QTest::newRow(command) << command;
 }
 
@@ -186,6 +203,20 @@ void TestProbe::udevRulesOfADictionaryFile()
     QCOMPARE(ruleLines(run.out),
              (QStringList{"SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"beef\", TAG+=\"uaccess\"",
                           "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"2e8a\", TAG+=\"uaccess\""}));
+}
+
+void TestProbe::udevRulesSayHowToReachHeadsetsOfTheFallback()
+{
+    QTemporaryDir dir;
+    const QString file = writeFile(QDir(dir.path()), QStringLiteral("fallback.json"), R"({ "fallbackConfiguration": "Standart" })");
+    const ProbeRun run = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), file});
+    QCOMPARE(run.exitCode, 0);
+    QCOMPARE(ruleLines(run.out).size(), 22); // the built-in rows, under which the text is read
+    QVERIFY(run.out.contains(QLatin1String("# Headsets bound through the dictionary's fallback configuration have no row, "
+                                           "and no rule\n# here: 'qvhid-probe list' prints the rule for each such headset "
+                                           "plugged in.\n")));
+    const ProbeRun help = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--help")});
+    QVERIFY(help.out.contains(QLatin1String("'qvhid-probe list' prints the rule for each such headset plugged in")));
 }
 
 void TestProbe::udevRulesOfAMissingFileIsAUsageError()

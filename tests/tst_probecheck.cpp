@@ -36,6 +36,7 @@ private slots:
     void findsEachProblem_data();
     void findsEachProblem();
     void showsTheCodesTheLoaderMakes();
+    void showsTheFallbackConfigurationsCodes();
     void anUnreadableFileIsAUsageError();
 };
 
@@ -139,6 +140,24 @@ void TestProbeCheck::findsEachProblem_data()
     QTest::newRow("unknown top-level key")
         << QByteArray("{ \"comment\": \"mine\",\n\"configurations\": { \"Conf\": {} },\n\"devices\": [ " + GoodRow + " ] }") << 0
         << QStringList{"1: warning: \"comment\" is not read by the library"};
+
+    // A dictionary that names a fallback is read on top of the built-in table: it needs no rows,
+    // and may name the built-in configurations.
+    QTest::newRow("fallback alone") << QByteArray("{ \"fallbackConfiguration\": \"Standart\" }\n") << 0 << QStringList{};
+    QTest::newRow("fallback with rows naming built-in configurations")
+        << QByteArray("{\n\"fallbackConfiguration\": \"Conf\",\n\"configurations\": { \"Conf\": {} },\n\"devices\": [\n"
+                      "{ \"name\": \"Mine\", \"vid\": \"0x1209\", \"pid\": \"0x0002\", \"configuration\": \"JabraEvolve20\" }\n]\n}\n")
+        << 0 << QStringList{};
+    QTest::newRow("fallback misspelt")
+        << QByteArray("{\n\"fallbackConfiguration\": \"Standard\"\n}\n") << 1
+        << QStringList{"2: error: \"fallbackConfiguration\" names the configuration \"Standard\", which does not exist (the "
+                       "standard configuration is spelt \"Standart\"): the library binds no headset through a fallback, and "
+                       "logs a warning"};
+    QTest::newRow("fallback not a name")
+        << QByteArray("{\n\"configurations\": { \"Conf\": {} },\n\"fallbackConfiguration\": [ \"Conf\" ]\n}\n") << 1
+        << QStringList{"2: warning: configuration \"Conf\" is named by no row and is not the fallback",
+                       "3: error: \"fallbackConfiguration\" is a list, not the name of a configuration: the library binds no "
+                       "headset through a fallback, and logs a warning"};
 }
 
 void TestProbeCheck::findsEachProblem()
@@ -173,6 +192,23 @@ void TestProbeCheck::showsTheCodesTheLoaderMakes()
                                             "    init         []\n"
                                             "    ring         [HOOK ONLINE] []\n"
                                             "    talk         [HOOK ONLINE]\n")),
+             qPrintable(run.out));
+}
+
+void TestProbeCheck::showsTheFallbackConfigurationsCodes()
+{
+    QTemporaryDir dir;
+    const QString file = writeFile(QDir(dir.path()), QStringLiteral("fallback.json"), R"({ "fallbackConfiguration": "Standart" })");
+    const ProbeRun run = runProbe({QStringLiteral("check-dictionary"), file});
+    QCOMPARE(run.exitCode, 0);
+    // The built-in rows, then the fallback.
+    QCOMPARE(run.out.count(QLatin1String("\n    collection ")), 23);
+    QVERIFY2(run.out.contains(QLatin1String("\nAny other headset whose report descriptor has the collection 0x000B/0x0005: the "
+                                            "fallback configuration \"Standart\"\n"
+                                            "    collection 0x000B/0x0005, buttons on page 0x000B, lamps on page 0x0008, "
+                                            "empty report: NONE, long delay: no\n"
+                                            "    init         []\n"
+                                            "    ring         [RING ONLINE]\n")),
              qPrintable(run.out));
 }
 

@@ -44,6 +44,7 @@ private slots:
     void givesTheRowThatBindsAnUnlistedHeadset();
     void saysAVendorWideRowBindsNothing();
     void saysADeviceWithoutTelephonyIsNoHeadset();
+    void saysWhetherTheFallbackBindsAnUnlistedHeadset();
     void rejectsBadArguments();
 };
 
@@ -139,7 +140,8 @@ void TestProbeList::saysAVendorWideRowBindsNothing()
                                    QStringLiteral("telephony-headset")});
     QCOMPARE(run.exitCode, 1);
     QVERIFY(run.out.contains(QLatin1String(
-        "dictionary: listed only for its whole vendor (configuration \"Standart\"), which the library never binds\n")));
+        "dictionary: listed only for its whole vendor (configuration \"Standart\"), which the library never binds by "
+        "itself\n")));
     QVERIFY(run.out.contains(QLatin1String("\"vid\": \"0x0B0E\", \"pid\": \"0x030D\"")));
 }
 
@@ -155,6 +157,41 @@ void TestProbeList::saysADeviceWithoutTelephonyIsNoHeadset()
     QVERIFY(run.out.contains(QLatin1String("descriptor: no Telephony collection (page 0x000B): no call control\n")));
     QVERIFY(run.out.contains(QLatin1String("the library will not bind it: nothing in its descriptor is telephony\n")));
     QVERIFY(!run.out.contains(QLatin1String("\"devices\"")));
+}
+
+void TestProbeList::saysWhetherTheFallbackBindsAnUnlistedHeadset()
+{
+    const QStringList unlisted = {QStringLiteral("list"), QStringLiteral("--virtual"), QStringLiteral("unlisted-headset")};
+    // Without a fallback: what the standard one would do, and the row; it needs attention.
+    const ProbeRun plain = runProbe(unlisted);
+    QCOMPARE(plain.exitCode, 1);
+    QVERIFY2(plain.out.contains(QLatin1String("    fallback: the dictionary names none; with \"fallbackConfiguration\": "
+                                              "\"Standart\" the library would bind this interface for \"Office Headset 50\": "
+                                              "no sound card; product string \"Office Headset 50\", interface 3, the call-control "
+                                              "collection 0x000B/0x0005 of the fallback configuration \"Standart\" (its ids have "
+                                              "no row of their own)\n")),
+             qPrintable(plain.out));
+    QVERIFY(plain.out.contains(QLatin1String("The library will not bind this headset.")));
+
+    // With it: bound, nothing needs attention, and the row of its own is still offered.
+    const ProbeRun withFallback = runProbe(unlisted + QStringList{QStringLiteral("--fallback"), QStringLiteral("Standart")});
+    QVERIFY2(withFallback.exitCode == 0, qPrintable(withFallback.out));
+    QVERIFY(withFallback.out.contains(QLatin1String("    fallback: the dictionary's fallback configuration \"Standart\" binds "
+                                                    "this interface for \"Office Headset 50\": ")));
+    QVERIFY(withFallback.out.contains(QLatin1String("A row of its own would bind it without the fallback")));
+    QVERIFY(withFallback.out.contains(QLatin1String("\"vid\": \"0x1209\", \"pid\": \"0x0050\"")));
+
+    // A fallback whose collection the headset lacks says why it binds nothing.
+    QTemporaryDir dir;
+    const QString phones = writeFile(QDir(dir.path()), QStringLiteral("phones.json"),
+                                     R"({ "fallbackConfiguration": "Phone", "configurations": { "Phone": { "devUsageID": "0x1" } } })");
+    const ProbeRun refused = runProbe(unlisted + QStringList{QStringLiteral("--dictionary"), phones});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.out.contains(QStringLiteral("    fallback: the dictionary's fallback configuration \"Phone\" does not bind "
+                                                 "it: no sound card; product string \"Office Headset 50\": no HID interface with "
+                                                 "it is listed in the dictionary; the fallback configuration \"Phone\" does not "
+                                                 "bind virtual-hid/1: its report descriptor has no collection 0x000B/0x0001\n")),
+             qPrintable(refused.out));
 }
 
 void TestProbeList::rejectsBadArguments()

@@ -83,6 +83,7 @@ private slots:
     void endsAtTheEndOfItsInput();
     void verboseShowsTheLibrarysLogLines();
     void usesTheGivenDictionary();
+    void bindsAnUnlistedHeadsetThroughTheFallback();
     void rejectsBadArguments();
 };
 
@@ -140,7 +141,8 @@ void TestProbeWatch::rebindsAndUnbindsOnDevice()
     QCOMPARE(watch.waitFor(QStringLiteral("note")), QStringLiteral("note already the audio device in use; nothing changes"));
     watch.send("device Speakers (Nobody's Headset)");
     QCOMPARE(watch.waitFor(QStringLiteral("note")),
-             QStringLiteral("note no headset bound; 'qvhid-probe list' shows the HID interfaces and why"));
+             QStringLiteral("note no headset bound: no sound card; product string \"Nobody's Headset\": no HID interface "
+                            "with it is listed in the dictionary; 'qvhid-probe list' shows the HID interfaces"));
     watch.send("quit");
     QCOMPARE(watch.exitCode(), 0);
 }
@@ -210,10 +212,35 @@ void TestProbeWatch::usesTheGivenDictionary()
         "devices": [ { "name": "Other", "vid": "0x1209", "pid": "0x0001", "configuration": "Standart" } ] })");
     WatchSession watch(OfficeHeadset20 + QStringList{QStringLiteral("--dictionary"), dictionary});
     QCOMPARE(watch.waitFor(QStringLiteral("note")),
-             QStringLiteral("note no headset bound; 'qvhid-probe list' shows the HID interfaces and why"));
+             QStringLiteral("note no headset bound: no sound card; product string \"Office Headset 20\": no HID interface "
+                            "with it is listed in the dictionary; 'qvhid-probe list' shows the HID interfaces"));
     watch.send("quit");
     QCOMPARE(watch.exitCode(), 0);
     QVERIFY(!watch.lines().join(QLatin1Char('\n')).contains(QLatin1String("device shown")));
+}
+
+void TestProbeWatch::bindsAnUnlistedHeadsetThroughTheFallback()
+{
+    const QStringList unlisted = {QStringLiteral("Headset Microphone (Office Headset 50)"), QStringLiteral("--virtual"),
+                                  QStringLiteral("unlisted-headset")};
+    WatchSession without(unlisted);
+    QVERIFY(without.waitFor(QStringLiteral("note")).startsWith(QLatin1String("note no headset bound: ")));
+    without.send("quit");
+    QCOMPARE(without.exitCode(), 0);
+
+    WatchSession watch(unlisted + QStringList{QStringLiteral("--fallback"), QStringLiteral("Standart")});
+    QCOMPARE(watch.waitFor(QStringLiteral("device shown")), QStringLiteral("device shown \"Office Headset 50\""));
+    QCOMPARE(watch.waitFor(QStringLiteral("binding")),
+             QStringLiteral("binding no sound card; product string \"Office Headset 50\", interface 3, the call-control "
+                            "collection 0x000B/0x0005 of the fallback configuration \"Standart\" (its ids have no row of "
+                            "their own)"));
+    QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Initial"));
+    watch.send("ring");
+    QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Incoming call"));
+    watch.send("press answer");
+    QCOMPARE(watch.waitFor(QStringLiteral("gesture")), QStringLiteral("gesture click (answer or end the call)"));
+    watch.send("quit");
+    QCOMPARE(watch.exitCode(), 0);
 }
 
 void TestProbeWatch::rejectsBadArguments()

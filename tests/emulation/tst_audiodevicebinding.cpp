@@ -310,6 +310,18 @@ void TestAudioDeviceBinding::probeMatchesEveryNameForm()
                                     .arg(a)),
              qPrintable(bound.out));
     QCOMPARE(runProbe({QStringLiteral("match")}).exitCode, 2);
+
+    // The headset no row lists binds through the fallback, and only with it.
+    const QString sink = QStringLiteral("alsa_output.usb-Virtual_Audio_Office_Headset_50_UH-0050-00.analog-stereo");
+    const ProbeRun unlisted = runProbe({QStringLiteral("match"), sink});
+    QCOMPARE(unlisted.exitCode, 1);
+    QVERIFY2(unlisted.out.contains(QLatin1String("binds nothing: sound card 8 (Headset50) by sound-server name")), qPrintable(unlisted.out));
+    const ProbeRun fallback = runProbe({QStringLiteral("match"), QStringLiteral("--fallback"), QStringLiteral("Standart"), sink});
+    QCOMPARE(fallback.exitCode, 0);
+    QVERIFY2(fallback.out.contains(QStringLiteral("    binds %1: 0x1209:0x0050 \"Office Headset 50\", interface 3").arg(pathOf("unlisted"))),
+             qPrintable(fallback.out));
+    QVERIFY(fallback.out.contains(QLatin1String("the call-control collection 0x000B/0x0005 of the fallback configuration "
+                                                "\"Standart\" (its ids have no row of their own)\n")));
 }
 
 void TestAudioDeviceBinding::probeListsTheSoundCardsOfEachInterface()

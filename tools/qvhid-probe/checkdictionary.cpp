@@ -54,6 +54,19 @@ QString clickTypeName(hid::ClickType type)
     return QString::number(int(type));
 }
 
+void printCode(const hid::HidCode &code)
+{
+    out() << "    collection " << hexId(code.devUsagePage) << "/" << hexId(code.devUsageID) << ", buttons on page "
+          << hexId(code.inputPage) << ", lamps on page " << hexId(code.outputPage) << ", empty report: "
+          << clickTypeName(code.clickTypeOnEmptyCode) << ", long delay: " << (code.longDelay ? "yes" : "no") << "\n";
+    const std::pair<const char *, const hid::HidCommand *> commands[] = {
+        {"init", &code.cmdInit}, {"ring", &code.cmdRing}, {"talk", &code.cmdTalk}, {"mute", &code.cmdMute},
+        {"hold", &code.cmdHold}, {"hold muted", &code.cmdHoldMuted}, {"talk to ring", &code.cmdFromTalkToRing},
+    };
+    for (const auto &command : commands)
+        out() << "    " << QString::fromLatin1(command.first).leftJustified(13) << commandText(*command.second) << "\n";
+}
+
 void printCodes(const QList<DictionaryRow> &rows)
 {
     std::set<std::pair<unsigned short, unsigned short>> shown;
@@ -65,15 +78,15 @@ void printCodes(const QList<DictionaryRow> &rows)
         out() << "\n" << hexId(row.vid) << ":" << hexId(row.pid) << "  \"" << row.name << "\"";
         if (!row.configuration.isEmpty())
             out() << ", configuration \"" << row.configuration << "\"";
-        out() << "\n    collection " << hexId(code.devUsagePage) << "/" << hexId(code.devUsageID) << ", buttons on page "
-              << hexId(code.inputPage) << ", lamps on page " << hexId(code.outputPage) << ", empty report: "
-              << clickTypeName(code.clickTypeOnEmptyCode) << ", long delay: " << (code.longDelay ? "yes" : "no") << "\n";
-        const std::pair<const char *, const hid::HidCommand *> commands[] = {
-            {"init", &code.cmdInit}, {"ring", &code.cmdRing}, {"talk", &code.cmdTalk}, {"mute", &code.cmdMute},
-            {"hold", &code.cmdHold}, {"hold muted", &code.cmdHoldMuted}, {"talk to ring", &code.cmdFromTalkToRing},
-        };
-        for (const auto &command : commands)
-            out() << "    " << QString::fromLatin1(command.first).leftJustified(13) << commandText(*command.second) << "\n";
+        out() << "\n";
+        printCode(code);
+    }
+    hid::HidCode fallback;
+    QString configuration;
+    if (hid::HidDeviceDict::getFallbackCode(fallback, configuration)) {
+        out() << "\nAny other headset whose report descriptor has the collection " << hexId(fallback.devUsagePage) << "/"
+              << hexId(fallback.devUsageID) << ": the fallback configuration \"" << configuration << "\"\n";
+        printCode(fallback);
     }
 }
 
@@ -87,7 +100,9 @@ int runCheckDictionary(const QStringList &arguments)
                        "that the loader would take differently from what the text says: invalid JSON (with line\n"
                        "and column), numbers written as JSON numbers, unknown usage names and click types,\n"
                        "unknown keys, keys given twice, configurations that no row names, rows that name a missing\n"
-                       "configuration, vendor-wide rows. Then prints the codes that each headset gets.\n"
+                       "configuration, vendor-wide rows, a fallbackConfiguration that names no configuration.\n"
+                       "Then prints the codes that each headset gets. A dictionary with \"fallbackConfiguration\"\n"
+                       "is read on top of the built-in table, as the library reads it.\n"
                        "Exits 0 when it found no error, 1 when it found one."));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The dictionary (default: the built-in one)."),
                                  QStringLiteral("[FILE]"));

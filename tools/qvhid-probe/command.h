@@ -31,6 +31,9 @@ bool parseArguments(QCommandLineParser &parser, const QStringList &arguments);
 
 // The --dictionary FILE option of the commands that read a headset dictionary.
 QCommandLineOption dictionaryOption();
+// The --fallback CONFIGURATION option of the commands that bind: the dictionary as if it named
+// CONFIGURATION as its "fallbackConfiguration".
+QCommandLineOption fallbackOption();
 
 // The text of the dictionary in `file` (the built-in one when empty); false, after telling the
 // user of `command`, when it cannot be read.

@@ -79,6 +79,9 @@ public:
         bool isExplicit = false;
         const hid::virt::DeviceDescription &first = model.interfaces.front();
         m_code = hid::HidDeviceDict::getHidCode(first.vendorId, first.productId, isExplicit);
+        QString fallback;
+        if (!isExplicit)
+            hid::HidDeviceDict::getFallbackCode(m_code, fallback);
         HidDeviceManager &manager = HidDeviceManager::Instance();
         QObject::connect(&manager, &HidDeviceManager::deviceShow, &m_context, [this](const QString &name) { m_received.shown = name; });
         QObject::connect(&manager, &HidDeviceManager::deviceStateEntered, &m_context,
@@ -280,8 +283,10 @@ int runDemo(const QStringList &arguments)
                                  QStringLiteral("[MODEL]"));
     const QCommandLineOption listOption(QStringLiteral("list-models"), QStringLiteral("Name the virtual headsets and exit."));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"), QStringLiteral("Show the library's log lines."));
+    const QCommandLineOption fallback = fallbackOption();
     parser.addOption(listOption);
     parser.addOption(verboseOption);
+    parser.addOption(fallback);
     if (!parseArguments(parser, arguments))
         return UsageError;
     if (parser.isSet(listOption))
@@ -294,6 +299,21 @@ int runDemo(const QStringList &arguments)
     const hid::virt::Model *model = findVirtualModel(QStringLiteral("demo"), name);
     if (!model)
         return UsageError;
+
+    // The built-in table with the fallback: a text that names one is read on top of it.
+    if (parser.isSet(fallback))
+        HidDeviceManager::Instance().InitHidDevices(withFallback(QStringLiteral("{}"), parser.value(fallback)));
+    const hid::virt::DeviceDescription &first = model->interfaces.front();
+    bool isExplicit = false;
+    hid::HidCode code;
+    QString configuration;
+    hid::HidDeviceDict::getHidCode(first.vendorId, first.productId, isExplicit);
+    if (!isExplicit && !hid::HidDeviceDict::getFallbackCode(code, configuration)) {
+        err() << "qvhid-probe demo: no dictionary row lists " << name << " (" << hexId(first.vendorId) << ":"
+              << hexId(first.productId) << "); 'qvhid-probe demo " << name
+              << " --fallback Standart' binds it through the standard fallback configuration.\n";
+        return Failure;
+    }
 
     static common::logger::QtLogger qtLogger; // reader threads may still log while the demo ends
     if (parser.isSet(verboseOption))

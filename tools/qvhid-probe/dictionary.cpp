@@ -25,11 +25,19 @@ bool readDictionary(const QString &file, QString &text, QString &error)
     return true;
 }
 
-QList<DictionaryRow> dictionaryRows(const QString &text)
+namespace {
+
+const QString FallbackKey = QStringLiteral("fallbackConfiguration");
+
+QJsonObject rootOf(const QString &text)
+{
+    return QJsonDocument::fromJson(text.toUtf8()).object();
+}
+
+QList<DictionaryRow> rowsOf(const QJsonObject &root)
 {
     QList<DictionaryRow> rows;
-    const QJsonArray devices = QJsonDocument::fromJson(text.toUtf8()).object().value(QStringLiteral("devices")).toArray();
-    for (const QJsonValue &value : devices) {
+    for (const QJsonValue &value : root.value(QStringLiteral("devices")).toArray()) {
         DictionaryRow row;
         row.object = value.toObject();
         row.name = row.object.value(QStringLiteral("name")).toString();
@@ -39,6 +47,32 @@ QList<DictionaryRow> dictionaryRows(const QString &text)
         rows << row;
     }
     return rows;
+}
+
+} // namespace
+
+QList<DictionaryRow> dictionaryRows(const QString &text)
+{
+    QList<DictionaryRow> rows;
+    if (isLayeredOnBuiltInTable(text)) {
+        QString builtIn;
+        QString error;
+        if (readDictionary(QString(), builtIn, error))
+            rows = rowsOf(rootOf(builtIn));
+    }
+    return rows + rowsOf(rootOf(text));
+}
+
+bool isLayeredOnBuiltInTable(const QString &text)
+{
+    return rootOf(text).contains(FallbackKey);
+}
+
+QString withFallback(const QString &text, const QString &configuration)
+{
+    QJsonObject root = rootOf(text);
+    root.insert(FallbackKey, configuration);
+    return QString::fromUtf8(QJsonDocument(root).toJson(QJsonDocument::Compact));
 }
 
 QString hexId(unsigned int value)

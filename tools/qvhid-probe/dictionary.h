@@ -21,8 +21,17 @@ struct DictionaryRow
 // False, with a message for the user in `error`, when it cannot be read.
 bool readDictionary(const QString &file, QString &text, QString &error);
 
-// The rows of a dictionary text that parses; none when it does not.
+// The rows a dictionary text gives the library, in order: a text that names a fallback
+// configuration is read on top of the built-in table, so the built-in rows come first. None
+// when the text does not parse.
 QList<DictionaryRow> dictionaryRows(const QString &text);
+
+// Whether the text has the member "fallbackConfiguration", which puts it on top of the
+// built-in table.
+bool isLayeredOnBuiltInTable(const QString &text);
+
+// The text with its "fallbackConfiguration" set to `configuration`.
+QString withFallback(const QString &text, const QString &configuration);
 
 // "0x047F"
 QString hexId(unsigned int value);

@@ -24,6 +24,7 @@ const QStringList CommandKeys = {QStringLiteral("cmdInit"), QStringLiteral("cmdR
                                  QStringLiteral("cmdFromTalkToRing")};
 const QStringList UsageNames = {QStringLiteral("MUTE"), QStringLiteral("HOOK"), QStringLiteral("RING"),
                                 QStringLiteral("HOLD"), QStringLiteral("MIC"), QStringLiteral("ONLINE")};
+const QString FallbackKey = QStringLiteral("fallbackConfiguration");
 const QStringList ClickNames = {QStringLiteral("CLICK"), QStringLiteral("MUTE"), QStringLiteral("NONE")};
 
 QString typeName(const QJsonValue &value)
@@ -97,10 +98,24 @@ public:
         }
         const QJsonObject root = document.object();
         for (auto member = root.begin(); member != root.end(); ++member) {
-            if (member.key() != QLatin1String("configurations") && member.key() != QLatin1String("devices"))
+            if (!QStringList{"configurations", "devices", FallbackKey}.contains(member.key()))
                 warning(member.key(), QStringLiteral("\"%1\" is not read by the library").arg(member.key()));
         }
+        // A text that names a fallback is read on top of the built-in table: the built-in
+        // configurations are there to be named, and the built-in rows name theirs.
+        m_layered = root.contains(FallbackKey);
+        if (m_layered) {
+            QString builtIn;
+            QString error;
+            readDictionary(QString(), builtIn, error);
+            const QJsonObject table = QJsonDocument::fromJson(builtIn.toUtf8()).object();
+            m_builtInConfigurations = table.value(QStringLiteral("configurations")).toObject().keys();
+            for (const DictionaryRow &row : dictionaryRows(builtIn))
+                m_usedConfigurations.insert(row.configuration);
+        }
         checkConfigurations(root.value(QStringLiteral("configurations")));
+        if (m_layered)
+            checkFallback(root.value(FallbackKey));
         checkDevices(root.value(QStringLiteral("devices")));
         return m_findings;
     }
@@ -248,10 +263,38 @@ private:
                             .arg(step, value.toString()));
     }
 
+    bool isConfiguration(const QString &name) const
+    {
+        return m_configurations.contains(name) || m_builtInConfigurations.contains(name);
+    }
+
+    void checkFallback(const QJsonValue &value)
+    {
+        if (!value.isString()) {
+            error(FallbackKey, QStringLiteral("\"%1\" is %2, not the name of a configuration: the library binds no headset "
+                                              "through a fallback, and logs a warning")
+                                   .arg(FallbackKey, typeName(value)));
+            return;
+        }
+        const QString name = value.toString();
+        if (!isConfiguration(name)) {
+            const QString hint = name.compare(QLatin1String("Standard"), Qt::CaseInsensitive) == 0
+                                     ? QStringLiteral(" (the standard configuration is spelt \"Standart\")")
+                                     : QString();
+            error(FallbackKey, QStringLiteral("\"%1\" names the configuration \"%2\", which does not exist%3: the library "
+                                              "binds no headset through a fallback, and logs a warning")
+                                   .arg(FallbackKey, name, hint));
+            return;
+        }
+        m_usedConfigurations.insert(name);
+    }
+
     void checkDevices(const QJsonValue &value)
     {
         const QString path = QStringLiteral("devices");
-        if (!value.isArray() || value.toArray().isEmpty()) {
+        // On top of the built-in table, a text needs no rows of its own.
+        const bool noRows = value.isUndefined() || (value.isArray() && value.toArray().isEmpty());
+        if (!(m_layered && noRows) && (!value.isArray() || value.toArray().isEmpty())) {
             error(path, QStringLiteral("%1: the library loads no headset from this dictionary and falls back to its built-in table")
                             .arg(value.isUndefined() ? QStringLiteral("there is no \"devices\" list")
                                  : value.isArray()   ? QStringLiteral("the \"devices\" list is empty")
@@ -259,7 +302,6 @@ private:
             return;
         }
         const QJsonArray devices = value.toArray();
-        QSet<QString> usedConfigurations;
         QMap<QPair<unsigned, unsigned>, int> rowOfIds;
         for (int index = 0; index < devices.size(); ++index) {
             const QString rowPath = JsonLayout::element(path, index);
@@ -285,12 +327,12 @@ private:
             } else if (!configuration.isString()) {
                 error(configurationPath, QStringLiteral("%1 gives its configuration as %2, not a name: it gets the built-in codes")
                                              .arg(row, typeName(configuration)));
-            } else if (!m_configurations.contains(configuration.toString())) {
+            } else if (!isConfiguration(configuration.toString())) {
                 error(configurationPath, QStringLiteral("%1 names the configuration \"%2\", which does not exist: it gets the "
                                                         "built-in codes")
                                              .arg(row, configuration.toString()));
             } else {
-                usedConfigurations.insert(configuration.toString());
+                m_usedConfigurations.insert(configuration.toString());
             }
             const auto ids = qMakePair(vid, pid);
             if (rowOfIds.contains(ids))
@@ -300,9 +342,10 @@ private:
             rowOfIds.insert(ids, index);
         }
         for (const QString &name : m_configurations) {
-            if (!usedConfigurations.contains(name))
+            if (!m_usedConfigurations.contains(name))
                 warning(JsonLayout::member(QStringLiteral("configurations"), name),
-                        QStringLiteral("configuration \"%1\" is named by no row").arg(name));
+                        QStringLiteral("configuration \"%1\" is named by no row%2")
+                            .arg(name, m_layered ? QStringLiteral(" and is not the fallback") : QString()));
         }
     }
 
@@ -342,7 +385,10 @@ private:
 
     const QString m_text;
     const JsonLayout m_layout;
-    QSet<QString> m_configurations;
+    QSet<QString> m_configurations; // the text's own
+    QStringList m_builtInConfigurations; // when the text is read on top of the built-in table
+    QSet<QString> m_usedConfigurations;
+    bool m_layered = false;
     QList<Finding> m_findings;
 };
 

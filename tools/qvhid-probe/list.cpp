@@ -9,6 +9,7 @@
 
 #include <hiddevice.h>
 #include <hiddeviceinfo.h>
+#include <platform/reportdescriptor.h>
 #include <hidapi.h>
 #include <hidapi_parser.h>
 #include <virtualmodels.h>
@@ -25,11 +26,8 @@ namespace probe {
 
 namespace {
 
-struct DescriptorDeleter
-{
-    void operator()(hid_descriptor *descriptor) const { std::free(descriptor); }
-};
-using Descriptor = std::unique_ptr<hid_descriptor, DescriptorDeleter>;
+// The configuration for standard telephony headsets, as the dictionary spells it.
+const QString StandardConfiguration = QStringLiteral("Standart");
 
 // What hidapi's enumeration says of one interface, copied out of its list.
 struct Interface
@@ -69,24 +67,12 @@ bool isDeviceNode(const QString &path)
     return path.startsWith(QLatin1Char('/'));
 }
 
-// The descriptor: through an open handle when the user may open the device, otherwise from
-// sysfs, which anyone may read.
-Descriptor readDescriptor(const Interface &interface, hid_device *handle)
-{
-    if (handle)
-        return Descriptor(hid_read_descriptor(handle));
-    if (!isDeviceNode(interface.path))
-        return nullptr;
-    std::vector<unsigned char> bytes(HID_PARSER_MAX_DESCRIPTOR_SIZE);
-    const int size = hid_read_sysfs_descriptor("/sys", interface.path.toUtf8().constData(), bytes.data(), bytes.size());
-    return size > 0 ? Descriptor(hid_parse_descriptor(bytes.data(), std::size_t(size))) : nullptr;
-}
-
 class Lister
 {
 public:
-    explicit Lister(const QList<DictionaryRow> &rows)
-        : m_rows(rows)
+    Lister(const QString &text, const QList<DictionaryRow> &rows)
+        : m_text(text)
+        , m_rows(rows)
     {
     }
 
@@ -118,11 +104,9 @@ private:
               << ", usage " << hexId(interface.usage) << ", interface " << interface.interfaceNumber << "\n"
               << "    path: " << interface.path << "\n";
 
-        hid_device *handle = nullptr;
-        const QString access = accessOf(interface, handle);
-        const Descriptor descriptor = readDescriptor(interface, handle);
-        if (handle)
-            hid_close(handle);
+        const QString access = accessOf(interface);
+        // Read as the binding reads it: from sysfs, which anyone may read, else through the device.
+        const hid::ReportDescriptor descriptor = hid::ReadReportDescriptor(m_system, interface.path);
         const CallControl control = findCallControl(descriptor.get());
         out() << "    descriptor: "
               << (descriptor ? describe(control) : QStringLiteral("cannot be read or is not valid")) << "\n";
@@ -201,18 +185,24 @@ private:
         const QString vendorWide = configurationOf(interface.vid, 0);
         if (!vendorWide.isNull())
             out() << "    dictionary: listed only for its whole vendor (configuration \"" << vendorWide
-                  << "\"), which the library never binds\n";
+                  << "\"), which the library never binds by itself\n";
         else
             out() << "    dictionary: not listed\n";
+        const bool boundByFallback = showFallback(interface);
         if (!control.found) {
-            out() << (descriptorRead ? "    the library will not bind it: nothing in its descriptor is telephony\n"
-                                     : "    the library will not bind it; its descriptor could not be read to tell whether "
-                                       "it is a headset\n");
+            if (!boundByFallback)
+                out() << (descriptorRead ? "    the library will not bind it: nothing in its descriptor is telephony\n"
+                                         : "    the library will not bind it; its descriptor could not be read to tell "
+                                           "whether it is a headset\n");
             return;
         }
-        ++m_problems;
-        out() << "    The library will not bind this headset. This dictionary entry would bind it; add it to\n"
-              << "    the application's dictionary and check it with 'qvhid-probe check-dictionary FILE':\n";
+        if (boundByFallback) {
+            out() << "    A row of its own would bind it without the fallback; this dictionary entry would:\n";
+        } else {
+            ++m_problems;
+            out() << "    The library will not bind this headset. This dictionary entry would bind it; add it to\n"
+                  << "    the application's dictionary and check it with 'qvhid-probe check-dictionary FILE':\n";
+        }
         for (const QString &line : dictionaryEntry(control, interface.product, interface.vid, interface.pid).split(QLatin1Char('\n')))
             out() << "        " << line << "\n";
         if (interface.usagePage != control.collectionPage || interface.usage != control.collectionUsage)
@@ -220,8 +210,41 @@ private:
                   << "\", the library binds its configuration's call-control collection; make sure it is this one\n";
     }
 
-    // Opens the device when the user may, leaving the handle in `handle`, and says so.
-    QString accessOf(const Interface &interface, hid_device *&handle)
+    // Whether the dictionary's fallback configuration binds the interface for an audio device
+    // named after its product string, or, when the dictionary names none, whether the standard
+    // one would. True when it binds it.
+    bool showFallback(const Interface &interface)
+    {
+        if (interface.product.isEmpty())
+            return false;
+        hid::HidCode code;
+        QString configuration;
+        const bool named = hid::HidDeviceDict::getFallbackCode(code, configuration);
+        if (!named)
+            hid::HidDeviceDict::init(withFallback(m_text, StandardConfiguration));
+        hid::HidDevice device(nullptr);
+        const bool bound = device.chooseAudioDevice(interface.product) && device.getInfo().path == interface.path;
+        const QString rule = device.getChoice().rule;
+        const QString chosen = device.getInfo().path;
+        if (!named)
+            hid::HidDeviceDict::init(m_text);
+
+        out() << "    fallback: ";
+        if (named)
+            out() << "the dictionary's fallback configuration \"" << configuration << "\" ";
+        else
+            out() << "the dictionary names none; with \"fallbackConfiguration\": \"" << StandardConfiguration << "\" the library ";
+        if (bound)
+            out() << (named ? "binds" : "would bind") << " this interface for \"" << interface.product << "\": " << rule << "\n";
+        else if (!chosen.isEmpty())
+            out() << (named ? "binds" : "would bind") << " " << chosen << " instead\n";
+        else
+            out() << (named ? "does not bind it" : "would not bind it") << ": " << rule << "\n";
+        return named && bound;
+    }
+
+    // Whether the current user may open the device, tried by opening it.
+    QString accessOf(const Interface &interface)
     {
         if (isDeviceNode(interface.path) && ::access(interface.path.toUtf8().constData(), R_OK | W_OK) != 0) {
             const int error = errno;
@@ -231,9 +254,11 @@ private:
             }
             return QStringLiteral("cannot open it: %1").arg(QString::fromLocal8Bit(std::strerror(error)));
         }
-        handle = hid_open_path(interface.path.toUtf8().constData());
-        if (handle)
+        hid_device *handle = hid_open_path(interface.path.toUtf8().constData());
+        if (handle) {
+            hid_close(handle);
             return QStringLiteral("the current user may open it (read and write)");
+        }
         ++m_problems;
         return QStringLiteral("hidapi cannot open it: %1").arg(fromWide(hid_error(nullptr)));
     }
@@ -250,6 +275,7 @@ private:
         return configuration;
     }
 
+    const QString m_text;
     const QList<DictionaryRow> m_rows;
     const hid::SystemView m_system = hid::LiveSystemView();
     const QVector<hid::SoundCard> m_cards = hid::ListSoundCards(m_system);
@@ -265,14 +291,17 @@ int runList(const QStringList &arguments)
         QStringLiteral("qvhid-probe list: lists every HID interface of this machine as the library sees it: its ids,\n"
                        "strings, usage page and path; whether the dictionary lists it and which interface the\n"
                        "library binds; whether the current user may open it (and the udev rule that is missing\n"
-                       "when not); and for a headset that the dictionary does not list, the dictionary entry that\n"
-                       "would bind it. Exits 0 when nothing needs attention, 1 otherwise."));
+                       "when not); and for a headset that the dictionary does not list, whether its fallback\n"
+                       "configuration binds it (or the standard one would) and the dictionary entry that would\n"
+                       "bind it. Exits 0 when nothing needs attention, 1 otherwise."));
     const QCommandLineOption dictionary = dictionaryOption();
+    const QCommandLineOption fallback = fallbackOption();
     const QCommandLineOption virtualOption(QStringLiteral("virtual"),
                                            QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
                                                           "--list-models'); may be given more than once."),
                                            QStringLiteral("MODEL"));
     parser.addOption(dictionary);
+    parser.addOption(fallback);
     parser.addOption(virtualOption);
     if (!parseArguments(parser, arguments))
         return UsageError;
@@ -284,6 +313,8 @@ int runList(const QStringList &arguments)
     QString text;
     if (!loadDictionary(QStringLiteral("list"), parser.value(dictionary), text))
         return UsageError;
+    if (parser.isSet(fallback))
+        text = withFallback(text, parser.value(fallback));
     std::vector<hid::virt::VirtualDevice> virtualDevices;
     if (!plugVirtualModels(QStringLiteral("list"), parser.values(virtualOption), virtualDevices))
         return UsageError;
@@ -294,7 +325,7 @@ int runList(const QStringList &arguments)
     }
     hid::HidDeviceDict::init(text);
 
-    Lister lister(rows);
+    Lister lister(text, rows);
     lister.show(enumerate());
     for (hid::virt::VirtualDevice &device : virtualDevices)
         device.remove();

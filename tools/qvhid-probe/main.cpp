@@ -54,6 +54,15 @@ QCommandLineOption dictionaryOption()
                               QStringLiteral("FILE"));
 }
 
+QCommandLineOption fallbackOption()
+{
+    return QCommandLineOption(QStringLiteral("fallback"),
+                              QStringLiteral("Take the dictionary as naming CONFIGURATION as its \"fallbackConfiguration\": "
+                                             "a headset without a row of its own is bound with it when its descriptor has "
+                                             "its call-control collection (\"Standart\" for standard telephony headsets)."),
+                              QStringLiteral("CONFIGURATION"));
+}
+
 bool loadDictionary(const QString &command, const QString &file, QString &text)
 {
     QString error;

@@ -78,7 +78,9 @@ int runMatch(const QStringList &arguments)
     const QCommandLineOption virtualOption(QStringLiteral("virtual"),
                                            QStringLiteral("Plug in the virtual headset MODEL first; may be given more than once."),
                                            QStringLiteral("MODEL"));
+    const QCommandLineOption fallback = fallbackOption();
     parser.addOption(dictionary);
+    parser.addOption(fallback);
     parser.addOption(json);
     parser.addOption(virtualOption);
     if (!parseArguments(parser, arguments))
@@ -93,6 +95,8 @@ int runMatch(const QStringList &arguments)
     QString text;
     if (!loadDictionary(QStringLiteral("match"), parser.value(dictionary), text))
         return UsageError;
+    if (parser.isSet(fallback))
+        text = withFallback(text, parser.value(fallback));
     std::vector<hid::virt::VirtualDevice> virtualDevices;
     if (!plugVirtualModels(QStringLiteral("match"), parser.values(virtualOption), virtualDevices))
         return UsageError;

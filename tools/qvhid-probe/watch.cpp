@@ -2,7 +2,9 @@
 // the application hears from it, while call states typed on standard input go to the headset.
 
 #include "command.h"
+#include "dictionary.h"
 
+#include <hiddevice.h>
 #include <hiddevicemanager.h>
 #include <logger.h>
 #include <qtlogger.h>
@@ -98,13 +100,22 @@ private:
         m_audioDevice = audioDevice;
         m_shown = false;
         HidDeviceManager::Instance().onActiveAudioDeviceChanged(audioDevice); // shows the device at once, if at all
+        if (audioDevice.isEmpty())
+            return;
+        // The same choice again, for the rule that led to it; its log lines were shown already.
+        common::logger::ILogger *logger = common::logger::GetLogger();
+        common::logger::SetLogger(nullptr);
+        hid::HidDevice choice(nullptr);
+        choice.chooseAudioDevice(audioDevice);
+        common::logger::SetLogger(logger);
         if (m_shown) {
+            print(QStringLiteral("binding"), choice.getChoice().rule);
             // Hold the commands back until the headset's reader runs.
             m_settling = true;
             m_settleTimer.start(SettleTimeoutMs);
-        } else if (!audioDevice.isEmpty()) {
-            print(QStringLiteral("note"),
-                  QStringLiteral("no headset bound; 'qvhid-probe list' shows the HID interfaces and why"));
+        } else {
+            print(QStringLiteral("note"), QStringLiteral("no headset bound: %1; 'qvhid-probe list' shows the HID interfaces")
+                                              .arg(choice.getChoice().rule));
         }
     }
 
@@ -241,7 +252,9 @@ int runWatch(const QStringList &arguments)
                                            QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
                                                           "--list-models')."),
                                            QStringLiteral("MODEL"));
+    const QCommandLineOption fallback = fallbackOption();
     parser.addOption(dictionary);
+    parser.addOption(fallback);
     parser.addOption(verboseOption);
     parser.addOption(virtualOption);
     if (!parseArguments(parser, arguments))
@@ -261,10 +274,12 @@ int runWatch(const QStringList &arguments)
     static common::logger::QtLogger qtLogger; // reader threads may still log while the probe ends
     if (parser.isSet(verboseOption))
         common::logger::SetLogger(&qtLogger);
-    if (parser.isSet(dictionary)) {
+    if (parser.isSet(dictionary) || parser.isSet(fallback)) {
         QString text;
         if (!loadDictionary(QStringLiteral("watch"), parser.value(dictionary), text))
             return UsageError;
+        if (parser.isSet(fallback))
+            text = withFallback(text, parser.value(fallback));
         HidDeviceManager::Instance().InitHidDevices(text);
     }
     int result = Failure;
