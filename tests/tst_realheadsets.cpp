@@ -286,9 +286,11 @@ void TestRealHeadsets::deskPhoneBindsWithAConfigurationOfItsOwnCollection()
     QVERIFY(bind(phone, QStringLiteral(R"({"fallbackConfiguration": "Phone",
                                           "configurations": {"Phone": {"devUsageID": "0x0001"}}})")));
     enterState(&HidDeviceManager::onCallIncome, QStringLiteral("Incoming call"));
+    QCOMPARE(gestureOf("reject"), QStringLiteral("reject"));
     QCOMPARE(gestureOf("answer"), QStringLiteral("click"));
     enterState(&HidDeviceManager::onCallUnmuted, QStringLiteral("Talk"));
     QCOMPARE(litLamps(phone), QStringList{"Off-Hook"});
+    QCOMPARE(gestureOf("mute"), QStringLiteral("mute"));
     QCOMPARE(gestureOf("hangup"), QStringLiteral("click"));
     enterState(&HidDeviceManager::onCallEnd, QStringLiteral("Initial"));
     // One report per command: the init command's, the ring's, the talk's, the end's. The lamp
