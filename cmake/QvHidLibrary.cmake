@@ -1,3 +1,16 @@
+include(GenerateExportHeader)
+
+# qvhid_export_header(TARGET INCLUDE_DIR): TARGET_export.h, which defines TARGET_EXPORT (in
+# capitals) for what leaves the shared library, made by CMake in the build directory and
+# installed beside the library's headers in INCLUDE_DIR. Every library marks its API so.
+function(qvhid_export_header target include_dir)
+    string(TOUPPER ${target} upper)
+    set(header ${CMAKE_CURRENT_BINARY_DIR}/${target}_export.h)
+    generate_export_header(${target} EXPORT_MACRO_NAME ${upper}_EXPORT EXPORT_FILE_NAME ${header})
+    target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}>)
+    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${include_dir})
+endfunction()
+
 # qvhid_package_library(TARGET): what each shared library of the package has in common.
 # - a versioned SONAME, and an export name for the QvHid:: imported target;
 # - no undefined symbols left for the loader, and an export list, <dir>/TARGET.map, so that

@@ -13,10 +13,11 @@ prefix=$work/prefix
 
 cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 
-for header in qvhid/hiddevicemanager.h qvhid/hiddeviceinfo.h qvhid/qvhid_global.h \
-              qvhid/hiddecoderbase.h qvhid/platform/hiddecoder.h \
-              hidapi_parser/hidapi_parser.h qvhid_virtual/virtualhid.h qvhid_virtual/virtualmodels.h \
-              qvcommon/logger.h qvcommon/singleton.h; do
+for header in qvhid/hiddevicemanager.h qvhid/hiddeviceinfo.h qvhid/qvhid_export.h \
+              qvhid/hiddecoderbase.h qvhid/platform/hiddecoder.h qvhid/platform/reportdescriptor.h \
+              hidapi_parser/hidapi_parser.h hidapi_parser/hidapi_parser_export.h \
+              qvhid_virtual/virtualhid.h qvhid_virtual/virtualmodels.h qvhid_virtual/qvhid_virtual_export.h \
+              qvcommon/logger.h qvcommon/singleton.h qvcommon/qvcommon_export.h; do
     [ -f "$prefix/include/$header" ] || { echo "FAIL: $header was not installed"; exit 1; }
 done
 if [ -e "$prefix/include/qvhid/hidlog.h" ]; then

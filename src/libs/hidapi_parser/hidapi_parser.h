@@ -19,11 +19,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if defined(HIDAPI_PARSER_LIBRARY)
-#define HIDAPI_PARSER_EXPORT __attribute__((visibility("default")))
-#else
-#define HIDAPI_PARSER_EXPORT
-#endif
+#include "hidapi_parser_export.h"
 
 #ifdef __cplusplus
 extern "C" {

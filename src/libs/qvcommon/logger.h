@@ -1,7 +1,7 @@
 #ifndef QVCOMMON_LOGGER_H
 #define QVCOMMON_LOGGER_H
 
-#include "qvcommon_global.h"
+#include "qvcommon_export.h"
 
 #include <QString>
 #include <QTextStream>

@@ -2,7 +2,7 @@
 #define QVCOMMON_QTLOGGER_H
 
 #include "logger.h"
-#include "qvcommon_global.h"
+#include "qvcommon_export.h"
 
 #include <QLoggingCategory>
 

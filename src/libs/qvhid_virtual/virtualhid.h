@@ -14,11 +14,7 @@
 #include <string>
 #include <vector>
 
-#if defined(QVHID_VIRTUAL_LIBRARY)
-#define QVHID_VIRTUAL_EXPORT __attribute__((visibility("default")))
-#else
-#define QVHID_VIRTUAL_EXPORT
-#endif
+#include "qvhid_virtual_export.h"
 
 namespace hid::virt {
 

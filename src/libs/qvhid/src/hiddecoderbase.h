@@ -2,7 +2,7 @@
 #define QVHID_HIDDECODERBASE_H
 
 #include "hiddeviceinfo.h"
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <QObject>
 

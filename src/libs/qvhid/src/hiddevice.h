@@ -5,7 +5,7 @@
 #include "hidreaderbase.h"
 #include "platform/soundcards.h"
 #include "platform/systemview.h"
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <QList>
 #include <QObject>

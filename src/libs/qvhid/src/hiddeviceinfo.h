@@ -1,7 +1,7 @@
 #ifndef QVHID_HIDDEVICEINFO_H
 #define QVHID_HIDDEVICEINFO_H
 
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <QJsonObject>
 #include <QJsonValue>

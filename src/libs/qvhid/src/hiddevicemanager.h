@@ -1,7 +1,7 @@
 #ifndef QVHID_HIDDEVICEMANAGER_H
 #define QVHID_HIDDEVICEMANAGER_H
 
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <singleton.h>
 

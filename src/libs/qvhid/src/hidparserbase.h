@@ -5,7 +5,7 @@
 // codec that moves field values in and out of report buffers. Offered to client code; the
 // headset path does not use it.
 
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <cstdint>
 #include <map>

@@ -3,7 +3,7 @@
 
 #include "hiddecoderbase.h"
 #include "hiddeviceinfo.h"
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <QObject>
 #include <QState>

@@ -9,7 +9,7 @@
 //   browsers:                 "Office Headset 20 (0b0e:030d)"
 //   Bluetooth:                bluez_output.00_1B_66_AA_BB_CC.1 (never a USB headset)
 
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 #include "soundcards.h"
 
 #include <QString>

@@ -1,7 +1,7 @@
 #ifndef QVHID_PLATFORM_HIDDEVICELOOKUP_H
 #define QVHID_PLATFORM_HIDDEVICELOOKUP_H
 
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <list>
 #include <string>

@@ -2,7 +2,7 @@
 #define QVHID_PLATFORM_REPORTDESCRIPTOR_H
 
 #include "platform/systemview.h"
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 
 #include <QString>
 

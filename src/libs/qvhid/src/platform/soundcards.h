@@ -6,7 +6,7 @@
 // only here: the card's sysfs device is a USB interface, and the headset's hidraw nodes hang
 // below another interface of the same USB device.
 
-#include "qvhid_global.h"
+#include "qvhid_export.h"
 #include "systemview.h"
 
 #include <QString>
