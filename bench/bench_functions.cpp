@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Throughput of the library's pure functions, on the descriptor and reports of the numbered
 // telephony headset: the exported descriptor parser (with no logger, and with a logger that
 // receives and drops every line), the report-parser library, report decoding and building, and

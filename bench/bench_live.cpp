@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The live paths through the manager and a virtual headset, timed as an application sees them:
 // gesture latency, call-state latency, binding time, unplugging and plugging in again, and the
 // cost of an idle binding and of waiting for a headset. Prints a Markdown table.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-3-Clause
 include(GenerateExportHeader)
 
 # qvhid_export_header(TARGET INCLUDE_DIR): TARGET_export.h, which defines TARGET_EXPORT (in

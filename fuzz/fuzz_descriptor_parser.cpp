@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The exported descriptor parser: parseReportData on any bytes, then decodeReport and
 // makeOutputReport on every report id and collection it found.
 

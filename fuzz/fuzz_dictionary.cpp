@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The headset dictionary: any text as an application's dictionary, then lookups.
 
 #include <hiddeviceinfo.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The headset decoder on a virtual headset whose descriptor and reports are the input: the
 // decoder reads the descriptor through hidapi as it does from a plugged-in headset, then turns
 // every report into a gesture and every lamp command of the model into output reports.

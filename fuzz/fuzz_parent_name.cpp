@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // An audio-device name, for any text: the hardware name inside it, and the sound card it stands
 // for among a desk of cards (identical headsets, one without strings, built-in audio).
 

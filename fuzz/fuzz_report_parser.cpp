@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The report-parser library: a descriptor, then input reports decoded through it and every
 // output report it declares built from set values.
 

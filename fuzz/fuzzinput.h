@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_FUZZ_FUZZINPUT_H
 #define QVHID_FUZZ_FUZZINPUT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Runs a fuzz target over files, as the fuzzer would run them, without the fuzzer: the seeds
 // and every input that once failed are run this way as ordinary tests.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Writes the seed inputs of every fuzz target into a directory: the ready virtual headsets
 // (descriptor with the reports of their buttons), the hand-written descriptors of the parser
 // tests, the built-in headset dictionary, and audio-device names.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
 # Builds the benchmarks in release mode and runs them: Google Benchmark over the pure functions,
 # then the live harness over a virtual headset (gesture and call-state latency, binding time,
 # idle cost). Prints the tables and writes them to build-bench/performance.md.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
 # Sets up a Debian bookworm machine, builds the project and plays a whole call on a virtual
 # headset: no hardware and (once the packages are there) no root needed.
 #

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
 # Installs the Debian packages named as arguments that are missing (apt-get, as root); does
 # nothing when all are present.
 set -euo pipefail

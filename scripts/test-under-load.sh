@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
 # Runs the whole test suite as two copies at once, ROUNDS times in a row, to show that it passes
 # on a loaded machine: each copy has its own build directory (configured like scripts/test.sh's)
 # and runs ctest with as many jobs as there are cores, so every core carries two suites.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
 # Sets up a Debian bookworm machine, builds the project and runs the whole test suite.
 #
 #   scripts/test.sh                       # plain build in build/

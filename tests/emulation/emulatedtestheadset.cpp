@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // TestHeadset over emulated hidraw devices, below the system's hidapi and libudev.
 
 #include "emulatedsystem.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Gives the emulated hidraw nodes a character-device number.
 //
 // hidapi 0.13 finds the udev device of an open handle (hid_get_device_info) from the device

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Binding by the names Linux sound layers give, end to end on the system's own hidapi and
 // libudev: the desk's USB devices (see desk.h) are plugged into the emulated kernel with their
 // sound cards in /sys/class/sound and udev's database in /run/udev/data, and the application

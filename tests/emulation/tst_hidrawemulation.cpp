@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The system's hidapi and libudev over emulated hidraw devices: what the library relies on from
 // them, checked below the library. Enumeration through libudev and a private sysfs, the report
 // descriptor through sysfs (the route the library takes on hidapi 0.13), hidraw's report-id

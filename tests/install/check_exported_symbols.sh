@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
 # Checks what the two shared libraries export: their SONAMEs, the public API that must be
 # there, and nothing else (no standard-library or Qt template code, no internal helpers).
 # usage: check_exported_symbols.sh LIBQVHID LIBQVCOMMON LIBHIDAPI_PARSER LIBQVHID_VIRTUAL

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: BSD-3-Clause
 # Installs the built project into a fresh prefix, then builds and runs a small application
 # against it twice: once through find_package(QvHid), once through pkg-config.
 # usage: run.sh BUILD_DIR CONSUMER_SOURCE_DIR WORK_DIR

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A small application that is bound to a virtual headset when it ends, in the way named by its
 // argument. Its log lines go to standard output, also those written during exit.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A process that only loads the library and looks a headset up: the built-in table must be
 // registered and loaded without any call to init() or to the resource functions.
 #include <hiddeviceinfo.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The manager's wiring: its signals and slots, the call-state relays, when a reported audio
 // device rebinds and when it does not, the dictionary hand-over, and its destruction.
 

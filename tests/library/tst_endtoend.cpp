@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The library as an application uses it: only the manager's one instance, audio-device names
 // and call-state reports in, gestures, states and show/hide out, against headsets of several
 // dictionary models. Built twice: against virtual headsets, and against emulated hidraw devices

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // An application that ends while its headset is bound: the manager, destroyed during exit,
 // must end the reader thread and close the headset without crashing or hanging.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Headsets whose ids have no row of their own, bound through the dictionary's fallback
 // configuration when their report descriptor has its call-control collection; against virtual
 // headsets.

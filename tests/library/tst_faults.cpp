@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Faults of the headset and of the application's input, through the manager as an application
 // uses it: the library stays alive, answers as usual once the fault ends, and every call state
 // reported while the headset is present reaches it in order (its write log shows it).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The headset decoder, over virtual headsets and the real report-parser library.
 
 #include "capturinglogger.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The headset binding: the hardware name inside an audio-device name, the choice of the HID
 // interface, and the life of the reader thread, against hand-made enumeration lists and
 // virtual headsets.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The reader on its own QThread against virtual headsets: start-up, the call-state machine and
 // its writes, the read cycle and its gestures, drains, and failures.
 

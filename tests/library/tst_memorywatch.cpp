@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // A million input reports through a bound headset, with a logger that formats every line: the
 // process's resident memory must stay flat, and every report must be read.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The ready logger that hands the library's lines to Qt's logging.
 
 #include <hiddevicemanager.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Headsets made of real devices' report descriptors (tests/data), bound through the standard
 // fallback configuration, each playing a whole call: which gestures and lamps work on each.
 // docs/real-headsets.md states the same table for people. Built twice: against virtual

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Rebinding many times between two headsets, and unplugging and plugging a headset in again many
 // times, while presses and call-state reports flow: every reader, reader thread and decoder made
 // on the way must be gone at the end, and no withdrawn binding may be heard from.

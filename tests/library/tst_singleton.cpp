@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include <hiddevicemanager.h>
 #include <singleton.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // From an audio-device name to a sound card, and from the card to the HID interface of the same
 // USB device: the name forms Linux programs use, the cards read from a sysfs tree of the test's
 // own (laid out as the kernel lays it out) and udev's database, and the binding over virtual

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Where hid_read_descriptor() takes descriptor bytes from: hidapi's own function where the
 // process has one (here the virtual headset's), else the hidraw node's sysfs file.
 

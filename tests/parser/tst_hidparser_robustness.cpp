@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The parser and the codec given truncated and random input: nothing may read or write outside
 // its buffer, loop forever or crash. Run under AddressSanitizer, any stray access fails the test.
 #include "descriptors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The command-line probe, run as a user runs it.
 
 #include "proberun.h"

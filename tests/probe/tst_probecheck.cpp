@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe check-dictionary on the built-in table and on dictionaries broken one way each.
 
 #include "proberun.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What the probe works out besides its commands: a headset's call control from its descriptor,
 // the dictionary entry that binds it, the udev rules that give access, and where JSON values stand.
 

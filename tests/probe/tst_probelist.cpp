@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe list, run against the virtual headsets, as a user runs it.
 
 #include "proberun.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe watch, driven through its standard input against a virtual headset.
 
 #include "proberun.h"

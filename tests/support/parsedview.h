@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_TESTS_PARSEDVIEW_H
 #define QVHID_TESTS_PARSEDVIEW_H
 

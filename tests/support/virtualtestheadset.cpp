@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // TestHeadset over the virtual headset library.
 
 #include "testheadset.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The virtual headset library: hidapi's functions over virtual devices, with hidraw's rules.
 
 #include "descriptors.h"

@@ -1,11 +1,10 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe: shows the headset library at work, on a virtual headset or on the headsets of
 // this machine, and checks headset dictionaries and access rules.
 
 #include "command.h"
 
 #include <QCoreApplication>
-
-
 
 namespace {
 

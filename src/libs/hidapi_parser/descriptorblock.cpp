@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Stage two of parsing: lays the collected collections, elements, fields and reports out in
 // one heap block, so that the caller releases a parsed descriptor with a single free().
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The internal part of a parsed descriptor: its fields and the reports they make up. Both
 // live in the descriptor's one heap block, after the collections and elements.
 #ifndef HIDAPI_PARSER_DESCRIPTORLAYOUT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Where the bytes of an opened device's report descriptor come from.
 //
 // hidapi 0.14 added hid_get_report_descriptor(); Debian's 0.13 lacks it, and the library must

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 /*
  * hidapi_parser: report descriptors and reports of devices opened with hidapi.
  *

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Stage one of parsing: walks the items of a report descriptor (HID 1.11, 6.2.2) and collects
 // its collections and fields into growable containers, enforcing the parser's limits.
 #ifndef HIDAPI_PARSER_ITEMPARSER_H

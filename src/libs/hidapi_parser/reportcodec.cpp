@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Input reports into element values and events; element output values into output reports.
 // Values lie in a report as HID 1.11, 8.4 and 5.8 describe: little-endian, bit 0 of a field
 // at the bit of the report that its offset names, fields one after another without gaps.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVCOMMON_LOGGER_H
 #define QVCOMMON_LOGGER_H
 

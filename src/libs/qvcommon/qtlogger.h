@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVCOMMON_QTLOGGER_H
 #define QVCOMMON_QTLOGGER_H
 

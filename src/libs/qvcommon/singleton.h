@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVCOMMON_SINGLETON_H
 #define QVCOMMON_SINGLETON_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // hidapi's C functions, as a program linked with this library sees them. A call on a virtual
 // device is served by the registry; every other call goes to the system's hidapi.
 //

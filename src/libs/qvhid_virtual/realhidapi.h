@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The system's hidapi, loaded at run time, for the calls on real devices. Its functions are
 // taken from its own library handle, never from the process's global scope, where this
 // library's functions of the same names are found first.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Virtual HID devices for programs that use hidapi.
 //
 // A program linked with this library before hidapi (and before any library that uses hidapi)

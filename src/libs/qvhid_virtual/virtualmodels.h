@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // Ready-made virtual headsets, written from the HID Usage Tables. Each model is described once,
 // here, as data: ids, strings, interfaces with their report descriptors, and buttons.
 #ifndef QVHID_VIRTUALMODELS_H

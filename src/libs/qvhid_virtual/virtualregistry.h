@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // The state of all virtual devices and of their open handles, behind one lock, with the
 // behaviour of a hidraw node: one input queue per open file, blocking reads with time-outs,
 // the report-id byte rules of writes, and disconnects.

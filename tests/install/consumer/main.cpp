@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // An application of the installed library: it installs a logger, uses the one manager,
 // reads a headset code, decodes a virtual headset, binds another one through the manager and
 // runs a call on it, and checks what it gets back.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe check-dictionary: what the library makes of a headset dictionary, including all
 // that its loader takes differently from what the text says without a word.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // What every command of qvhid-probe shares: its output streams, its arguments, the dictionary
 // and the virtual headsets it may be given.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe demo: a whole call on a virtual headset, through the library's manager exactly as a
 // softphone uses it, with what the headset's lamps show after each step.
 

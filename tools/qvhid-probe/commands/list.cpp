@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe list: every HID interface of the machine, as the library sees it: whether the
 // dictionary lists it, which interface the library binds for an audio device, whether the user
 // may open it, and for a headset the dictionary does not list, the row that would bind it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe match: which HID interface the library binds for each audio-device name, and by
 // which rule. The library's own choice decides (HidDevice::chooseAudioDevice); nothing is opened.
 

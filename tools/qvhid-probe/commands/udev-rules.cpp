@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe udev-rules: the udev rules that let the logged-in user open the hidraw nodes of
 // every headset in a dictionary.
 

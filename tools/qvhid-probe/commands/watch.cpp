@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 // qvhid-probe watch: binds a headset as a softphone does and shows, with time stamps, everything
 // the application hears from it, while call states typed on standard input go to the headset.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_PROBE_LAMPS_H
 #define QVHID_PROBE_LAMPS_H
 

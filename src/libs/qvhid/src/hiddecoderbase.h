@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_HIDDECODERBASE_H
 #define QVHID_HIDDECODERBASE_H
 

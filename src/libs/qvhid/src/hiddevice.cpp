@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #include "hiddevice.h"
 
 #include "hiddecoderbase.h"

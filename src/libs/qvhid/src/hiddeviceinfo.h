@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_HIDDEVICEINFO_H
 #define QVHID_HIDDEVICEINFO_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_HIDPARSERBASE_H
 #define QVHID_HIDPARSERBASE_H
 

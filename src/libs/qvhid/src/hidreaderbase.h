@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_HIDREADERBASE_H
 #define QVHID_HIDREADERBASE_H
 

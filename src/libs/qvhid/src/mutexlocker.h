@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_MUTEXLOCKER_H
 #define QVHID_MUTEXLOCKER_H
 

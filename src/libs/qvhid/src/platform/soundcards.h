@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-3-Clause
 #ifndef QVHID_PLATFORM_SOUNDCARDS_H
 #define QVHID_PLATFORM_SOUNDCARDS_H
 
