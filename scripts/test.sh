@@ -27,7 +27,7 @@ if [ -z "$build_dir" ]; then
     build_dir=$root/build${sanitize:+-${sanitize//,/-}}
 fi
 
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen clang-format
 
 build_type=RelWithDebInfo
 [ -n "$sanitize" ] && build_type=Debug
@@ -36,5 +36,7 @@ build_type=RelWithDebInfo
 cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE="$build_type" -DQVHID_SANITIZE="$sanitize" \
     -DQVHID_BUILD_TESTS=ON -DQVHID_BUILD_BENCHMARKS=ON
 cmake --build "$build_dir" -j"$(nproc)"
+# The API reference, once: any Doxygen warning fails it.
+[ -z "$sanitize" ] && cmake --build "$build_dir" --target docs
 [ "$build_only" -eq 1 ] && exit 0
 ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)"

@@ -26,7 +26,7 @@
 extern "C" {
 #endif
 
-/* hidapi's opaque device handle (hidapi.h declares it the same way). */
+/** hidapi's opaque device handle (hidapi.h declares it the same way). */
 struct hid_device_;
 typedef struct hid_device_ hid_device;
 
@@ -57,10 +57,10 @@ typedef struct hid_device_ hid_device;
 #define HID_PARSER_MAX_ELEMENTS 65536       /* elements of the whole descriptor */
 
 struct hid_collection;
-struct hid_field; /* internal: the main item an element belongs to */
-struct hid_descriptor_layout; /* internal: fields and report sizes */
+struct hid_field; /**< internal: the main item an element belongs to */
+struct hid_descriptor_layout; /**< internal: fields and report sizes */
 
-/*
+/**
  * One value of a report.
  *
  * A variable field yields one element per value, each with its own usage. An array field
@@ -70,41 +70,41 @@ struct hid_descriptor_layout; /* internal: fields and report sizes */
  * element.
  */
 struct hid_element {
-    struct hid_element *next;          /* next element listed directly in the same collection */
-    struct hid_collection *collection; /* the collection that lists it */
-    int direction;                     /* HID_ELEMENT_INPUT, _OUTPUT or _FEATURE */
-    unsigned int flags;                /* HID_ELEMENT_CONSTANT ... of its main item */
+    struct hid_element *next;          /**< next element listed directly in the same collection */
+    struct hid_collection *collection; /**< the collection that lists it */
+    int direction;                     /**< HID_ELEMENT_INPUT, _OUTPUT or _FEATURE */
+    unsigned int flags;                /**< HID_ELEMENT_CONSTANT ... of its main item */
     unsigned short usage_page;
     unsigned short usage;
-    unsigned char report_id;           /* 0 on a device that declares no report ids */
-    unsigned int bit_offset;           /* of its value (an array: of the first slot) in the
+    unsigned char report_id;           /**< 0 on a device that declares no report ids */
+    unsigned int bit_offset;           /**< of its value (an array: of the first slot) in the
                                           report, counted after the report id byte */
-    unsigned int bit_size;             /* of its value (an array: of one slot) */
-    unsigned int report_count;         /* 1 for a variable; the slots of an array */
+    unsigned int bit_size;             /**< of its value (an array: of one slot) */
+    unsigned int report_count;         /**< 1 for a variable; the slots of an array */
     int64_t logical_minimum;
     int64_t logical_maximum;
-    int64_t value;                     /* as last read by hid_parse_input_report() */
-    int64_t output_value;              /* what hid_get_output_report() packs */
+    int64_t value;                     /**< as last read by hid_parse_input_report() */
+    int64_t output_value;              /**< what hid_get_output_report() packs */
     const struct hid_field *field;
 };
 
-/* A collection. The device collection is the root: its children are the top-level
+/** A collection. The device collection is the root: its children are the top-level
  * collections, and main items outside any collection are listed as its elements. */
 struct hid_collection {
-    struct hid_collection *parent;        /* null for the device collection */
+    struct hid_collection *parent;        /**< null for the device collection */
     struct hid_collection *next_sibling;
     struct hid_collection *first_child;
-    struct hid_element *first_element;    /* elements listed directly in it, in order */
-    unsigned int type;                    /* data of the Collection item: 0 physical,
+    struct hid_element *first_element;    /**< elements listed directly in it, in order */
+    unsigned int type;                    /**< data of the Collection item: 0 physical,
                                              1 application, 2 logical, ... */
-    unsigned short usage_page;            /* 0 with usage 0: the device collection, or a
+    unsigned short usage_page;            /**< 0 with usage 0: the device collection, or a
                                              collection declared without a usage */
     unsigned short usage;
     int num_children;
     int num_elements;
 };
 
-/*
+/**
  * Called by hid_parse_input_report() once for each element in which something happened:
  *
  * - an absolute variable element whose usage is an on/off control (on the Telephony page:
@@ -128,15 +128,15 @@ typedef void (*hid_element_callback)(const struct hid_element *element, void *us
 
 struct hid_descriptor {
     struct hid_collection *device_collection;
-    int num_collections;       /* without the device collection */
+    int num_collections;       /**< without the device collection */
     int num_elements;
-    int uses_report_ids;       /* 1 when the descriptor declares report ids */
+    int uses_report_ids;       /**< 1 when the descriptor declares report ids */
     hid_element_callback element_callback;
     void *callback_data;
     const struct hid_descriptor_layout *layout;
 };
 
-/*
+/**
  * Reads the report descriptor of an opened device and parses it. The bytes come from the
  * hidapi in the process: from hid_get_report_descriptor() when it has one (hidapi 0.14 and
  * later, and the virtual headset library), otherwise, for a hidraw device, from
@@ -145,24 +145,24 @@ struct hid_descriptor {
  */
 HIDAPI_PARSER_EXPORT struct hid_descriptor *hid_read_descriptor(hid_device *device);
 
-/* Parses descriptor bytes (1 to HID_PARSER_MAX_DESCRIPTOR_SIZE of them). Returns null when
+/** Parses descriptor bytes (1 to HID_PARSER_MAX_DESCRIPTOR_SIZE of them). Returns null when
  * they are not a valid descriptor. Release with free(). */
 HIDAPI_PARSER_EXPORT struct hid_descriptor *hid_parse_descriptor(const unsigned char *bytes,
                                                                  size_t length);
 
-/* Reads the descriptor of the hidraw device at `device_path` ("/dev/hidrawN") from the
+/** Reads the descriptor of the hidraw device at `device_path` ("/dev/hidrawN") from the
  * sysfs mounted at `sysfs_root` ("/sys") into `buffer`. Returns the number of bytes, or -1
  * when the path is not a hidraw node or the file cannot be read or does not fit. */
 HIDAPI_PARSER_EXPORT int hid_read_sysfs_descriptor(const char *sysfs_root, const char *device_path,
                                                    unsigned char *buffer, size_t buffer_size);
 
-/* Sets the function that hid_parse_input_report() calls for reported elements, with
+/** Sets the function that hid_parse_input_report() calls for reported elements, with
  * `user_data` as its second argument. A null callback reports nothing. */
 HIDAPI_PARSER_EXPORT void hid_set_element_callback(struct hid_descriptor *descriptor,
                                                    hid_element_callback callback,
                                                    void *user_data);
 
-/*
+/**
  * Decodes one input report, `buffer` as hidapi's read returns it: its first byte is the
  * report id only when the descriptor declares report ids. Stores the value of every element
  * of the report, then calls the element callback for each element in which something
@@ -173,7 +173,7 @@ HIDAPI_PARSER_EXPORT void hid_set_element_callback(struct hid_descriptor *descri
 HIDAPI_PARSER_EXPORT int hid_parse_input_report(const unsigned char *buffer, size_t length,
                                                 struct hid_descriptor *descriptor);
 
-/*
+/**
  * Builds the output report `report_id` (0 on a device without report ids) from the
  * output_value of its elements: a malloc()ed buffer [report id, or 0][the report's bytes],
  * ready for hid_write(), whose size is stored in *length. Returns null for an id that has no

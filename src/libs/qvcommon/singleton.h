@@ -6,16 +6,16 @@
 
 namespace common {
 
-// Gives a class one process-wide instance, created on first use and kept until exit.
-//
-// The template has default visibility on purpose: every module that instantiates
-// CSingleton<T> for the same T then shares one Instance() and one object, even when
-// the modules are built with hidden visibility.
+/// Gives a class one process-wide instance, created on first use and kept until exit.
+///
+/// The template has default visibility on purpose: every module that instantiates
+/// CSingleton<T> for the same T then shares one Instance() and one object, even when
+/// the modules are built with hidden visibility.
 template <class T>
 class Q_DECL_EXPORT CSingleton
 {
 public:
-    // Thread-safe: concurrent first calls construct exactly one T.
+    /// Thread-safe: concurrent first calls construct exactly one T.
     static T& Instance()
     {
         static T instance;

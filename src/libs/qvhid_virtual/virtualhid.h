@@ -21,9 +21,9 @@ namespace hid::virt {
 
 using Bytes = std::vector<unsigned char>;
 
-// A button of a device: the input reports that pressing and releasing it send, exactly as the
-// device sends them (with the report id byte when the device numbers its reports). Either
-// may be empty: a switch that stays where it was put sends nothing when let go.
+/// A button of a device: the input reports that pressing and releasing it send, exactly as the
+/// device sends them (with the report id byte when the device numbers its reports). Either
+/// may be empty: a switch that stays where it was put sends nothing when let go.
 struct Button
 {
     std::string name;
@@ -31,10 +31,10 @@ struct Button
     Bytes release;
 };
 
-// One HID interface, as hidapi's enumeration shows it. hidapi's hidraw backend lists an
-// interface once per collection of its descriptor that a usage names (nested ones included),
-// with that usage page and usage; the virtual one does the same. usagePage and usage are what a
-// device without a descriptor is listed under.
+/// One HID interface, as hidapi's enumeration shows it. hidapi's hidraw backend lists an
+/// interface once per collection of its descriptor that a usage names (nested ones included),
+/// with that usage page and usage; the virtual one does the same. usagePage and usage are what a
+/// device without a descriptor is listed under.
 struct DeviceDescription
 {
     unsigned short vendorId = 0;
@@ -46,15 +46,15 @@ struct DeviceDescription
     int interfaceNumber = 0;
     unsigned short usagePage = 0;
     unsigned short usage = 0;
-    std::string path; // empty: "virtual-hid/<id>" is given to it
+    std::string path; ///< empty: `virtual-hid/<id>` is given to it
     Bytes descriptor;
     std::vector<Button> buttons;
-    // When not empty, the device answers every write with this input report, as headsets that
-    // echo their hook state after the host writes its lamps do.
+    /// When not empty, the device answers every write with this input report, as headsets that
+    /// echo their hook state after the host writes its lamps do.
     Bytes answerToWrite;
 };
 
-// One report as the device received it, and when.
+/// One report as the device received it, and when.
 struct WrittenReport
 {
     std::chrono::steady_clock::time_point time;
@@ -63,60 +63,60 @@ struct WrittenReport
 
 struct Counters
 {
-    unsigned long opens = 0;  // successful opens
-    unsigned long reads = 0;  // read calls, also those that time out or fail
-    unsigned long writes = 0; // write calls, also those that fail
-    unsigned long interruptedReads = 0; // reads failed by Faults::nextReadFails
+    unsigned long opens = 0;  ///< successful opens
+    unsigned long reads = 0;  ///< read calls, also those that time out or fail
+    unsigned long writes = 0; ///< write calls, also those that fail
+    unsigned long interruptedReads = 0; ///< reads failed by Faults::nextReadFails
 };
 
-// Failures to inject; all off by default.
+/// Failures to inject; all off by default.
 struct Faults
 {
     bool openFails = false;
     bool descriptorUnreadable = false;
     bool writesFail = false;
-    // The next read fails once (-1), as a read that a signal interrupts; then it clears itself.
+    /// The next read fails once (-1), as a read that a signal interrupts; then it clears itself.
     bool nextReadFails = false;
 };
 
-// Answers a written report (as the device received it) with input reports.
+/// Answers a written report (as the device received it) with input reports.
 using Responder = std::function<std::vector<Bytes>(const Bytes &written)>;
 
-// A handle to one virtual device. Copies refer to the same device. A handle whose device was
-// removed stays safe to use: it does nothing and reports nothing.
+/// A handle to one virtual device. Copies refer to the same device. A handle whose device was
+/// removed stays safe to use: it does nothing and reports nothing.
 class QVHID_VIRTUAL_EXPORT VirtualDevice
 {
 public:
     VirtualDevice() = default;
 
-    // Adds a plugged device. It is listed after the system's devices, in the order added.
+    /// Adds a plugged device. It is listed after the system's devices, in the order added.
     static VirtualDevice add(const DeviceDescription &description);
 
-    bool isValid() const; // refers to a device that was not removed
+    bool isValid() const; ///< refers to a device that was not removed
     int id() const { return m_id; }
     std::string path() const;
     DeviceDescription description() const;
 
-    // Removes the device; open handles to it fail from then on.
+    /// Removes the device; open handles to it fail from then on.
     void remove();
-    // As a pulled plug: the device leaves the enumeration; reads and writes on open handles
-    // fail (-1) and new opens fail.
+    /// As a pulled plug: the device leaves the enumeration; reads and writes on open handles
+    /// fail (-1) and new opens fail.
     void unplug();
-    // Plugs the device in again, under `newPath` if given. Handles opened before the unplug
-    // stay dead, as a file of a vanished hidraw node does.
+    /// Plugs the device in again, under `newPath` if given. Handles opened before the unplug
+    /// stay dead, as a file of a vanished hidraw node does.
     void replug(const std::string &newPath = std::string());
     bool isPlugged() const;
 
-    // Sends an input report: it becomes readable on every handle open now, after `delay`.
-    // With no handle open it is lost, as hidraw loses it.
+    /// Sends an input report: it becomes readable on every handle open now, after `delay`.
+    /// With no handle open it is lost, as hidraw loses it.
     void inject(const Bytes &report, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
-    // Sends the press or release report of the named button; false for an unknown name.
+    /// Sends the press or release report of the named button; false for an unknown name.
     bool press(const std::string &button, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
     bool release(const std::string &button, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
 
     std::vector<WrittenReport> writtenReports() const;
     void clearWrittenReports();
-    // Replaces the answers of answerToWrite; an empty function restores them.
+    /// Replaces the answers of answerToWrite; an empty function restores them.
     void setResponder(Responder responder);
     void setFaults(const Faults &faults);
     Counters counters() const;
@@ -131,7 +131,7 @@ private:
     int m_id = 0;
 };
 
-// Removes every virtual device.
+/// Removes every virtual device.
 QVHID_VIRTUAL_EXPORT void removeAllDevices();
 
 } // namespace hid::virt

@@ -18,106 +18,106 @@
 #include <functional>
 #include <vector>
 
-// hidapi's enumeration record, as its header declares it.
+/// hidapi's enumeration record, as its header declares it.
 struct hid_device_info;
 
 namespace hid {
 
 class HidNodeWatcher;
 
-// How the last choice of an interface went, for diagnostics: which rule led from the
-// audio-device name to the interface, or why none was chosen, and what the chosen interface is.
+/// How the last choice of an interface went, for diagnostics: which rule led from the
+/// audio-device name to the interface, or why none was chosen, and what the chosen interface is.
 struct QVHID_EXPORT HidDeviceChoice
 {
-    QString rule;          // empty until something was chosen or refused
-    int soundCard = -1;    // the card the name stands for, or -1
+    QString rule;          ///< empty until something was chosen or refused
+    int soundCard = -1;    ///< the card the name stands for, or -1
     int interfaceNumber = -1;
     unsigned short usagePage = 0;
     unsigned short usage = 0;
 };
 
-// The thread of one headset binding: a plain event loop that says when it is destroyed.
+/// The thread of one headset binding: a plain event loop that says when it is destroyed.
 class QVHID_EXPORT ReaderThread : public QThread
 {
 public:
     ~ReaderThread() override;
 };
 
-// Binds one audio-device name to the HID interface of the same headset, and runs that
-// headset's reader on a thread of its own.
-//
-// reset() rebinds: it withdraws the current binding (hide), finds the headset's interface for
-// the audio-device name (chooseAudioDevice) and starts a new reader for it (show). The reader's
-// gestures and call states come up through this object's signals on this object's thread; the
-// call-state slots go down to the reader as queued calls.
-//
-// While the audio-device name is bound to nothing (no headset was found for it, or the bound one
-// was unplugged and its reader gave up), this object watches for hidraw nodes being plugged in
-// and binds the headset the name stands for as soon as it is there and may be opened: show, the
-// reader enters "Initial", then the state of the call the application last reported.
-//
-// Lives on the application's main thread; call everything there.
+/// Binds one audio-device name to the HID interface of the same headset, and runs that
+/// headset's reader on a thread of its own.
+///
+/// reset() rebinds: it withdraws the current binding (hide), finds the headset's interface for
+/// the audio-device name (chooseAudioDevice) and starts a new reader for it (show). The reader's
+/// gestures and call states come up through this object's signals on this object's thread; the
+/// call-state slots go down to the reader as queued calls.
+///
+/// While the audio-device name is bound to nothing (no headset was found for it, or the bound one
+/// was unplugged and its reader gave up), this object watches for hidraw nodes being plugged in
+/// and binds the headset the name stands for as soon as it is there and may be opened: show, the
+/// reader enters "Initial", then the state of the call the application last reported.
+///
+/// Lives on the application's main thread; call everything there.
 class QVHID_EXPORT HidDevice : public QObject
 {
     Q_OBJECT
 
 public:
     explicit HidDevice(QObject* parent);
-    // Emits hide() and lets the reader thread quit. Threads that are still finishing are waited
-    // for (a bounded time), because the event loop that would delete them may never run again:
-    // the manager is usually destroyed at process exit.
+    /// Emits hide() and lets the reader thread quit. Threads that are still finishing are waited
+    /// for (a bounded time), because the event loop that would delete them may never run again:
+    /// the manager is usually destroyed at process exit.
     ~HidDevice() override;
 
-    // Replaces the headset dictionary with the rows of `json`, the text of a headset dictionary.
+    /// Replaces the headset dictionary with the rows of `json`, the text of a headset dictionary.
     void initDevices(const QString& json);
 
-    // Rebinds to the audio device `name`; true when a reader was started. Always emits hide()
-    // first, also when `name` is the name already bound.
+    /// Rebinds to the audio device `name`; true when a reader was started. Always emits hide()
+    /// first, also when `name` is the name already bound.
     bool reset(const QString& name);
-    // The audio-device name of the binding, as the application gave it; empty when none was
-    // found. A binding whose reader gave up keeps its name.
+    /// The audio-device name of the binding, as the application gave it; empty when none was
+    /// found. A binding whose reader gave up keeps its name.
     QString getName() const;
 
-    // Starts a reader for the chosen interface; false, with nothing started, when none is chosen.
+    /// Starts a reader for the chosen interface; false, with nothing started, when none is chosen.
     bool startHidReadTrhead();
-    // Asks the reader thread to quit, without waiting, and forgets reader and thread. The thread
-    // deletes itself and the reader once its loop has ended.
+    /// Asks the reader thread to quit, without waiting, and forgets reader and thread. The thread
+    /// deletes itself and the reader once its loop has ended.
     void stopHidReadThread();
 
-    // The hardware name inside an audio-device name: the text of a final parenthesised group,
-    // without an index prefix such as "2-"; the whole name when there is no such group. The
-    // alias "Wave mapper" stands for the system's default device.
+    /// The hardware name inside an audio-device name: the text of a final parenthesised group,
+    /// without an index prefix such as "2-"; the whole name when there is no such group. The
+    /// alias "Wave mapper" stands for the system's default device.
     QString getParentDeviceName(const QString& name) const;
-    // Chooses the interface for an audio-device name; true when one was chosen. First the name
-    // is taken to a sound card of this machine (hw:N, CARD=id, the sound servers' names,
-    // descriptions; see audiodevicename.h): then only an interface of that card's USB device
-    // can be chosen, or none. A name that stands for no sound card is matched by product
-    // string instead (getParentDeviceName, chooseDevice). Either way only an interface whose
-    // ids the dictionary lists explicitly is chosen, and among several, one whose usage page and
-    // usage are its configuration's call-control collection comes first. Only when none is
-    // listed, and the dictionary names a fallback configuration, an interface whose report
-    // descriptor has that configuration's call-control collection is chosen, on that
-    // collection. The previous choice is forgotten whatever the outcome.
+    /// Chooses the interface for an audio-device name; true when one was chosen. First the name
+    /// is taken to a sound card of this machine (hw:N, CARD=id, the sound servers' names,
+    /// descriptions; see audiodevicename.h): then only an interface of that card's USB device
+    /// can be chosen, or none. A name that stands for no sound card is matched by product
+    /// string instead (getParentDeviceName, chooseDevice). Either way only an interface whose
+    /// ids the dictionary lists explicitly is chosen, and among several, one whose usage page and
+    /// usage are its configuration's call-control collection comes first. Only when none is
+    /// listed, and the dictionary names a fallback configuration, an interface whose report
+    /// descriptor has that configuration's call-control collection is chosen, on that
+    /// collection. The previous choice is forgotten whatever the outcome.
     bool chooseAudioDevice(const QString& name);
-    // Enumerates the HID devices and chooses the one for `parentName`; true when one was chosen.
-    // The previous choice is forgotten whatever the outcome.
+    /// Enumerates the HID devices and chooses the one for `parentName`; true when one was chosen.
+    /// The previous choice is forgotten whatever the outcome.
     bool chooseDevice(const QString& parentName);
-    // Walks an enumeration list (null is an empty one) and takes a record whose product string
-    // is `name` and whose ids the dictionary lists explicitly: the first that is its
-    // configuration's call-control collection, else the first; failing both, one that the
-    // dictionary's fallback configuration binds.
+    /// Walks an enumeration list (null is an empty one) and takes a record whose product string
+    /// is `name` and whose ids the dictionary lists explicitly: the first that is its
+    /// configuration's call-control collection, else the first; failing both, one that the
+    /// dictionary's fallback configuration binds.
     bool findDevice(hid_device_info* devices, const QString& name);
 
-    // True when `name` is the system's default-device alias "Wave mapper", in any letter case.
+    /// True when `name` is the system's default-device alias "Wave mapper", in any letter case.
     static bool IsOSDefault(const QString& name);
 
-    // The chosen interface; its path is empty when none is chosen.
+    /// The chosen interface; its path is empty when none is chosen.
     const HidDeviceInfo& getInfo() const;
-    // How the interface was chosen, or why none was.
+    /// How the interface was chosen, or why none was.
     const HidDeviceChoice& getChoice() const;
-    // Where sound cards and USB devices are looked up; the live system unless a test says otherwise.
+    /// Where sound cards and USB devices are looked up; the live system unless a test says otherwise.
     void setSystemView(const SystemView& system);
-    // The thread of the running binding, or null.
+    /// The thread of the running binding, or null.
     ReaderThread* getReaderThread() const;
 
 signals:
@@ -146,49 +146,49 @@ private slots:
     void onReaderFinished();
 
 private:
-    // Starts a reader for the chosen interface that resumes `call` once it has entered Initial.
+    /// Starts a reader for the chosen interface that resumes `call` once it has entered Initial.
     bool startReader(CallState call);
-    // Whether `binding` is still the running binding: anything a withdrawn one sends is dropped.
+    /// Whether `binding` is still the running binding: anything a withdrawn one sends is dropped.
     bool isCurrent(quint64 binding) const;
-    // Watches for headsets being plugged in while the application's name is bound to nothing.
+    /// Watches for headsets being plugged in while the application's name is bound to nothing.
     void waitForHeadset();
     void stopWaiting();
     void onHidNodesChanged();
     void bindPluggedHeadset();
     bool chooseDeviceOfSoundCard(const QString& name, const SoundCard& card, const QString& rule);
-    // The walk shared by both steps: of the records that `belongs` accepts and whose ids the
-    // dictionary lists explicitly, the first that is the configuration's call-control
-    // collection, else the first, else the fallback's choice; fills m_info and m_choice.
+    /// The walk shared by both steps: of the records that `belongs` accepts and whose ids the
+    /// dictionary lists explicitly, the first that is the configuration's call-control
+    /// collection, else the first, else the fallback's choice; fills m_info and m_choice.
     bool chooseAmong(hid_device_info* devices, const std::function<bool(const hid_device_info*)>& belongs);
-    // Of interfaces whose ids have no row of their own, the first whose report descriptor has
-    // the call-control collection of the dictionary's fallback configuration; null when the
-    // dictionary names none or no interface has it (m_fallbackRefusal then says why).
+    /// Of interfaces whose ids have no row of their own, the first whose report descriptor has
+    /// the call-control collection of the dictionary's fallback configuration; null when the
+    /// dictionary names none or no interface has it (m_fallbackRefusal then says why).
     const hid_device_info* chooseByFallback(const std::vector<const hid_device_info*>& unlisted, HidCode& code,
                                             QString& configuration);
     void waitForStoppingThreads();
-    // Run by the application object's destructor while it still exists: once it is gone, a
-    // reader thread can no longer deliver the events that delete its reader and close the
-    // headset, so every binding is ended here.
+    /// Run by the application object's destructor while it still exists: once it is gone, a
+    /// reader thread can no longer deliver the events that delete its reader and close the
+    /// headset, so every binding is ended here.
     static void endBindingsBeforeApplicationEnds();
 
     HidDeviceInfo m_info;
     HidDeviceChoice m_choice;
-    // Why the fallback configuration bound none of the interfaces of the last choice, as the
-    // end of a rule ("; the fallback configuration ... does not bind ..."); empty otherwise.
+    /// Why the fallback configuration bound none of the interfaces of the last choice, as the
+    /// end of a rule ("; the fallback configuration ... does not bind ..."); empty otherwise.
     QString m_fallbackRefusal;
     SystemView m_system = LiveSystemView();
     HidReaderBase* m_reader = nullptr;
     ReaderThread* m_thread = nullptr;
     QString m_name;
-    // Counts the readers started, so that a reader's late notice is matched to its own binding.
+    /// Counts the readers started, so that a reader's late notice is matched to its own binding.
     quint64 m_binding = 0;
-    // The audio-device name the application reported last, kept while nothing is bound to it.
+    /// The audio-device name the application reported last, kept while nothing is bound to it.
     QString m_wanted;
-    // The call as the application's reports left it, for a headset bound in the middle of one.
+    /// The call as the application's reports left it, for a headset bound in the middle of one.
     CallState m_call = CallState::Idle;
     HidNodeWatcher* m_watcher = nullptr;
     QTimer* m_plugSettle = nullptr;
-    // Threads asked to quit that have not deleted themselves yet.
+    /// Threads asked to quit that have not deleted themselves yet.
     QList<QPointer<ReaderThread>> m_stoppingThreads;
 };
 

@@ -22,16 +22,16 @@ enum HIDReportItemTypes : int32_t {
 
 struct HIDCollection;
 
-// One field of one report: one of the REPORT_COUNT fields that an INPUT, OUTPUT or FEATURE
-// main item declares.
+/// One field of one report: one of the REPORT_COUNT fields that an INPUT, OUTPUT or FEATURE
+/// main item declares.
 struct HIDReportItem
 {
-    // First bit of the field, counted from bit 0 of the first byte after the report-id byte,
-    // separately for every report id and report type.
+    /// First bit of the field, counted from bit 0 of the first byte after the report-id byte,
+    /// separately for every report id and report type.
     uint16_t bitOffset = 0;
-    uint8_t reportSize = 0; // bits
+    uint8_t reportSize = 0; ///< bits
     HIDReportItemTypes type = Input;
-    uint16_t flags = 0; // the main item's data bits 0 to 7 (Data/Constant, Array/Variable, ...)
+    uint16_t flags = 0; ///< the main item's data bits 0 to 7 (Data/Constant, Array/Variable, ...)
     uint8_t reportId = 0;
     uint16_t usagePage = 0;
     uint16_t usage = 0;
@@ -43,22 +43,22 @@ struct HIDReportItem
     int32_t physicalMaximum = 0;
     uint8_t stringIndex = 0;
     uint8_t designatorIndex = 0;
-    int32_t value = 0; // last decoded, or to be encoded
-    HIDCollection* collection = nullptr; // innermost open collection; not owned
+    int32_t value = 0; ///< last decoded, or to be encoded
+    HIDCollection* collection = nullptr; ///< innermost open collection; not owned
 };
 
-// One COLLECTION ... END_COLLECTION bracket. The tree is known through `parent` only.
+/// One COLLECTION ... END_COLLECTION bracket. The tree is known through `parent` only.
 struct HIDCollection
 {
-    uint8_t type = 0; // 0 Physical, 1 Application, 2 Logical, 3 Report, ...
+    uint8_t type = 0; ///< 0 Physical, 1 Application, 2 Logical, 3 Report, ...
     uint16_t usagePage = 0;
     uint16_t usage = 0;
     uint8_t stringIndex = 0;
-    HIDCollection* parent = nullptr;     // null at top level; not owned
-    std::vector<HIDReportItem*> items; // declared directly inside; not owned
+    HIDCollection* parent = nullptr;     ///< null at top level; not owned
+    std::vector<HIDReportItem*> items; ///< declared directly inside; not owned
 };
 
-// Sizes in whole bytes, without the report-id byte, of the reports of one report id.
+/// Sizes in whole bytes, without the report-id byte, of the reports of one report id.
 struct QVHID_EXPORT HIDReportDetails
 {
     HIDReportDetails();
@@ -66,14 +66,14 @@ struct QVHID_EXPORT HIDReportDetails
                      unsigned short usagePage);
 
     uint8_t reportId;
-    uint16_t usagePage; // in force at the first field of this report id
+    uint16_t usagePage; ///< in force at the first field of this report id
     int32_t inputSize;
     int32_t outputSize;
     int32_t featureSize;
 };
 
-// A parsed report descriptor. It owns its items and collections: the destructor deletes them,
-// clear() does not (pointers a client kept stay valid, and the client then owns them).
+/// A parsed report descriptor. It owns its items and collections: the destructor deletes them,
+/// clear() does not (pointers a client kept stay valid, and the client then owns them).
 class QVHID_EXPORT HIDReportInfo
 {
 public:
@@ -82,56 +82,56 @@ public:
     HIDReportInfo(const HIDReportInfo&) = delete;
     HIDReportInfo& operator=(const HIDReportInfo&) = delete;
 
-    // The first collection with this usage page and usage, or null.
+    /// The first collection with this usage page and usage, or null.
     HIDCollection* findCollection(unsigned short usagePage, unsigned short usage) const;
 
-    // The first of `items` with this usage page and usage, of any type and report id, or null.
+    /// The first of `items` with this usage page and usage, of any type and report id, or null.
     HIDReportItem* findReportItem(std::vector<HIDReportItem*> const& items, unsigned short usagePage,
                                   unsigned short usage) const;
 
     // The queries below start from a collection. A null one (findCollection() finding nothing)
     // matches nothing: no item, nothing appended, an empty value.
 
-    // The first item of the given type, usage page and usage declared directly in `collection`
-    // (if it has the collection usage) or in a descendant that has the collection usage.
+    /// The first item of the given type, usage page and usage declared directly in `collection`
+    /// (if it has the collection usage) or in a descendant that has the collection usage.
     HIDReportItem* findReportItem(HIDCollection* collection, HIDReportItemTypes type,
                                   unsigned short collectionUsagePage, unsigned short collectionUsage,
                                   unsigned short usagePage, unsigned short usage) const;
 
-    // Appends the items of this report id and type from `collection` and all its descendants,
-    // then sorts all of `out` by bitOffset (an unstable sort).
+    /// Appends the items of this report id and type from `collection` and all its descendants,
+    /// then sorts all of `out` by bitOffset (an unstable sort).
     void findReportItems(HIDCollection* collection, unsigned char reportId, HIDReportItemTypes type,
                          std::vector<HIDReportItem*>& out) const;
 
-    // Appends without sorting, by two passes that are kept exactly as existing clients expect:
-    //  1. If `collection` has the collection usage: with m its direct items of this type and
-    //     report id, every direct item (matching or not) is appended m times.
-    //  2. For each descendant D with the collection usage, its item j is appended when its type
-    //     is not Input and item j of `collection` has this report id (an index past the end of
-    //     `collection`'s items does not match).
+    /// Appends without sorting, by two passes that are kept exactly as existing clients expect:
+    ///  1. If `collection` has the collection usage: with m its direct items of this type and
+    ///     report id, every direct item (matching or not) is appended m times.
+    ///  2. For each descendant D with the collection usage, its item j is appended when its type
+    ///     is not Input and item j of `collection` has this report id (an index past the end of
+    ///     `collection`'s items does not match).
     void findReportItemsByReportID(HIDCollection* collection, HIDReportItemTypes type,
                                    unsigned short collectionUsagePage, unsigned short collectionUsage,
                                    unsigned char reportId, std::vector<HIDReportItem*>& out) const;
 
-    // False as soon as a field with a non-zero value is found by the same two passes as
-    // findReportItemsByReportID(); true otherwise.
+    /// False as soon as a field with a non-zero value is found by the same two passes as
+    /// findReportItemsByReportID(); true otherwise.
     bool isEmptyValue(HIDCollection* collection, HIDReportItemTypes type, unsigned short collectionUsagePage,
                       unsigned short collectionUsage, unsigned char reportId) const;
 
-    // The lowest report id whose first field was declared on this usage page; 0 when none.
+    /// The lowest report id whose first field was declared on this usage page; 0 when none.
     unsigned char findReportId(unsigned short usagePage) const;
 
-    // Empties the three containers without deleting anything.
+    /// Empties the three containers without deleting anything.
     void clear();
-    // Sets every item's value to 0.
+    /// Sets every item's value to 0.
     void reset();
 
-    std::vector<HIDReportItem*> items; // owned, in declaration order
+    std::vector<HIDReportItem*> items; ///< owned, in declaration order
     std::map<uint8_t, HIDReportDetails> reportDetails;
-    std::vector<HIDCollection*> collections; // owned, parents before their descendants
+    std::vector<HIDCollection*> collections; ///< owned, parents before their descendants
 };
 
-// The parser's item state: global and local items share it.
+/// The parser's item state: global and local items share it.
 struct HID_StateTable
 {
     uint8_t reportCount = 0;
@@ -157,7 +157,7 @@ struct HID_StateTable
     uint8_t designatorMaximum = 0;
 };
 
-// Running bit counts of one report id.
+/// Running bit counts of one report id.
 struct HID_OffsetTable
 {
     uint16_t usagePage = 0;
@@ -169,7 +169,7 @@ struct HID_OffsetTable
 class QVHID_EXPORT HIDParserBase
 {
 public:
-    // Results of parseReportData().
+    /// Results of parseReportData().
     static constexpr int ParseOk = 0;
     static constexpr int ParseStackEmptyOnPop = 2;
     static constexpr int ParseNoOpenCollection = 4;
@@ -177,33 +177,33 @@ public:
     HIDParserBase();
     virtual ~HIDParserBase();
 
-    // Parses `length` bytes of a report descriptor and appends its fields and collections to
-    // `info` (which is not emptied first); report details are set per report id. Writes a trace
-    // of every item at level 7.
-    //
-    // Returns ParseOk, ParseStackEmptyOnPop (a POP with no state left) or ParseNoOpenCollection
-    // (an END_COLLECTION at top level); on the two failures what was appended stays and report
-    // details are not updated. A last item that is cut short by the end of the data is ignored
-    // and the parse completes with ParseOk; a zero-size item that ends the data reads its value
-    // as 0. Nothing outside data[0, length) is ever read.
-    //
-    // Where HID 1.11 and existing clients differ, the clients' behaviour is kept: PUSH saves a
-    // snapshot (and, while one is saved, resets the state to the newest one) and POP only drops
-    // the newest snapshot; a zero-size item takes the byte after it as its value; long items are
-    // stepped over as 2-byte short items.
+    /// Parses `length` bytes of a report descriptor and appends its fields and collections to
+    /// `info` (which is not emptied first); report details are set per report id. Writes a trace
+    /// of every item at level 7.
+    ///
+    /// Returns ParseOk, ParseStackEmptyOnPop (a POP with no state left) or ParseNoOpenCollection
+    /// (an END_COLLECTION at top level); on the two failures what was appended stays and report
+    /// details are not updated. A last item that is cut short by the end of the data is ignored
+    /// and the parse completes with ParseOk; a zero-size item that ends the data reads its value
+    /// as 0. Nothing outside data[0, length) is ever read.
+    ///
+    /// Where HID 1.11 and existing clients differ, the clients' behaviour is kept: PUSH saves a
+    /// snapshot (and, while one is saved, resets the state to the newest one) and POP only drops
+    /// the newest snapshot; a zero-size item takes the byte after it as its value; long items are
+    /// stepped over as 2-byte short items.
     static int parseReportData(unsigned char const* data, unsigned short length, HIDReportInfo& info);
 
-    // Decodes the fields of `items` with this report id and type, in list order, from the
-    // report body at `buffer` (after any report-id byte) as one little-endian bit stream, into
-    // their `value`. Fields with a negative logicalMinimum are sign-extended. Fields wider than
-    // 32 bits keep their low 32 bits. False when the buffer ran out; the field being decoded
-    // then keeps its previous value.
+    /// Decodes the fields of `items` with this report id and type, in list order, from the
+    /// report body at `buffer` (after any report-id byte) as one little-endian bit stream, into
+    /// their `value`. Fields with a negative logicalMinimum are sign-extended. Fields wider than
+    /// 32 bits keep their low 32 bits. False when the buffer ran out; the field being decoded
+    /// then keeps its previous value.
     static bool decodeReport(unsigned char* buffer, unsigned char length, std::vector<HIDReportItem*>& items,
                              unsigned char reportId, HIDReportItemTypes type);
 
-    // Encodes the `value` of every non-empty Output field of `items` with this report id, in
-    // list order, into the report body at `buffer`. Each value is masked to one bit more than
-    // its field, as existing clients expect. False when the buffer ran out; what fitted stays.
+    /// Encodes the `value` of every non-empty Output field of `items` with this report id, in
+    /// list order, into the report body at `buffer`. Each value is masked to one bit more than
+    /// its field, as existing clients expect. False when the buffer ran out; what fitted stays.
     static bool makeOutputReport(unsigned char* buffer, unsigned char length, std::vector<HIDReportItem*>& items,
                                  unsigned char reportId);
 };

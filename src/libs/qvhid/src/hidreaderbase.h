@@ -19,30 +19,30 @@ class QTimer;
 
 namespace hid {
 
-// The reader's input buffer.
+/// The reader's input buffer.
 using InputBuf = std::vector<uint8_t>;
 
-// The state of the application's call, as its last report left it: what a headset bound in the
-// middle of a call resumes (HidReaderBase::resumeCall).
+/// The state of the application's call, as its last report left it: what a headset bound in the
+/// middle of a call resumes (HidReaderBase::resumeCall).
 enum class CallState {
-    Idle,      // no call, or the call ended
-    Ringing,   // onCallIncome
-    Talking,   // onCallUnmuted
-    TalkMuted, // onCallMuted
-    Held,      // onCallHold
-    HeldMuted, // onCallHoldMuted
+    Idle,      ///< no call, or the call ended
+    Ringing,   ///< onCallIncome
+    Talking,   ///< onCallUnmuted
+    TalkMuted, ///< onCallMuted
+    Held,      ///< onCallHold
+    HeldMuted, ///< onCallHoldMuted
 };
 
-// The first `count` bytes as "%02hhx " each: two lowercase hex digits and a blank, the last
-// byte included.
+/// The first `count` bytes as "%02hhx " each: two lowercase hex digits and a blank, the last
+/// byte included.
 QVHID_EXPORT QString BinaryToString(const std::vector<uint8_t> &bytes, unsigned long count);
 
-// Owns the opened headset on the reader thread: keeps the call state in a state machine and
-// writes each state's lamp command, and polls the headset, turning each burst of input
-// reports into one gesture signal.
-//
-// Made in the owner's thread, moved to its own thread, started there with start(), and
-// destroyed (which closes the device) to stop.
+/// Owns the opened headset on the reader thread: keeps the call state in a state machine and
+/// writes each state's lamp command, and polls the headset, turning each burst of input
+/// reports into one gesture signal.
+///
+/// Made in the owner's thread, moved to its own thread, started there with start(), and
+/// destroyed (which closes the device) to stop.
 class QVHID_EXPORT HidReaderBase : public QObject
 {
     Q_OBJECT
@@ -51,26 +51,26 @@ public:
     explicit HidReaderBase(const HidDeviceInfo &info);
     ~HidReaderBase() override;
 
-    // Writes each step of `command` as the decoder builds it; the sum of the bytes written,
-    // or -1. `name` only labels the log lines.
+    /// Writes each step of `command` as the decoder builds it; the sum of the bytes written,
+    /// or -1. `name` only labels the log lines.
     int writeCommand(const std::vector<std::vector<unsigned short>> &command, const QString &name);
-    // Writes ready reports, reading back and discarding the headset's answers after each;
-    // the sum of the write results, or -1.
+    /// Writes ready reports, reading back and discarding the headset's answers after each;
+    /// the sum of the write results, or -1.
     int writeBinaryData(const std::vector<std::vector<uint8_t>> &reports, const QString &name);
-    // On a longDelay model, reads and discards what the headset sends after a gesture or a
-    // command (700 ms for the first report, 10 ms for each further one).
+    /// On a longDelay model, reads and discards what the headset sends after a gesture or a
+    /// command (700 ms for the first report, 10 ms for each further one).
     void longReadData();
-    // Makes the reader, once it has entered Initial, go straight on to `state` and write that
-    // state's command: for a headset plugged in again during a call. Call before start().
+    /// Makes the reader, once it has entered Initial, go straight on to `state` and write that
+    /// state's command: for a headset plugged in again during a call. Call before start().
     void resumeCall(CallState state);
 
 signals:
     void click();
     void clickMute();
     void clickReject();
-    void startHIDDataRead(); // declared for compatibility; never emitted
+    void startHIDDataRead(); ///< declared for compatibility; never emitted
     void stateChanged(const QString &state);
-    void finished(); // the reader could not start, or its headset is gone
+    void finished(); ///< the reader could not start, or its headset is gone
     void toInit();
     void toRing();
     void toTalk();
@@ -97,17 +97,17 @@ public slots:
     void execToHoldMuted(QState *from = nullptr);
 
 public:
-    // Merges one report into the gesture of its burst: the first report that yields a gesture
-    // decides it; an empty report counts as the model's clickTypeOnEmptyCode until then.
+    /// Merges one report into the gesture of its burst: the first report that yields a gesture
+    /// decides it; an empty report counts as the model's clickTypeOnEmptyCode until then.
     virtual ClickType getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data,
                                    unsigned short length, const ClickType &previous) const;
 
 protected:
     void initStates();
-    // Takes the machine from Initial to the state the call was in (resumeCall).
+    /// Takes the machine from Initial to the state the call was in (resumeCall).
     void resumeCallState();
-    // A report read only to be thrown away still updates the decoder's view of the device's
-    // state, so that the next press is judged against what the device really reports.
+    /// A report read only to be thrown away still updates the decoder's view of the device's
+    /// state, so that the next press is judged against what the device really reports.
     void trackDiscarded(const std::vector<uint8_t> &data, int length);
 
     HidDeviceInfo m_info;

@@ -21,19 +21,19 @@ namespace hid {
 struct QVHID_EXPORT SoundCardMatch
 {
     enum Kind {
-        NoCard,    // the name names no sound card of this machine
-        Card,      // it names `card`
-        Bluetooth, // it names a Bluetooth device, which has no USB HID interface
+        NoCard,    ///< the name names no sound card of this machine
+        Card,      ///< it names `card`
+        Bluetooth, ///< it names a Bluetooth device, which has no USB HID interface
     };
     Kind kind = NoCard;
-    int card = -1; // index into the list of cards, for Card
-    QString rule;  // how the name was read: "ALSA card index hw:2", ...
+    int card = -1; ///< index into the list of cards, for Card
+    QString rule;  ///< how the name was read: "ALSA card index hw:2", ...
 };
 
-// The card of `cards` that `name` stands for. The forms are tried in this order, and the first
-// that finds a card decides: Bluetooth names, sound-server names, ALSA card ids (CARD=),
-// ALSA card indexes (hw:N), a browser's trailing "(vvvv:pppp)", descriptions that begin with
-// the card's product string.
+/// The card of `cards` that `name` stands for. The forms are tried in this order, and the first
+/// that finds a card decides: Bluetooth names, sound-server names, ALSA card ids (CARD=),
+/// ALSA card indexes (hw:N), a browser's trailing "(vvvv:pppp)", descriptions that begin with
+/// the card's product string.
 QVHID_EXPORT SoundCardMatch ResolveAudioDeviceName(const QString& name, const QVector<SoundCard>& cards);
 
 } // namespace hid

@@ -6,7 +6,7 @@
 
 namespace hid {
 
-// The decoder of this platform: the base's behaviour over hidapi and its report parser.
+/// The decoder of this platform: the base's behaviour over hidapi and its report parser.
 class QVHID_EXPORT HidDecoder : public HidDecoderBase
 {
 public:
@@ -14,7 +14,7 @@ public:
     ~HidDecoder() override;
 };
 
-// A new decoder for the opened device; the caller owns it.
+/// A new decoder for the opened device; the caller owns it.
 QVHID_EXPORT HidDecoderBase *CreateHidDecoder(const HidDeviceInfo &info, hid_device *device);
 
 } // namespace hid

@@ -11,23 +11,23 @@ class QSocketNotifier;
 
 namespace hid {
 
-// Tells when a hidraw node appears, goes, or changes its owner or permissions in a device
-// directory (/dev): the kernel creates /dev/hidrawN as a headset is plugged in, and udev then
-// gives the user at the seat access to it, which changes its attributes. Watched with inotify,
-// so that waiting costs nothing until the directory changes.
-//
-// Lives on the thread that made it, whose event loop delivers changed().
+/// Tells when a hidraw node appears, goes, or changes its owner or permissions in a device
+/// directory (/dev): the kernel creates /dev/hidrawN as a headset is plugged in, and udev then
+/// gives the user at the seat access to it, which changes its attributes. Watched with inotify,
+/// so that waiting costs nothing until the directory changes.
+///
+/// Lives on the thread that made it, whose event loop delivers changed().
 class QVHID_EXPORT HidNodeWatcher : public QObject
 {
     Q_OBJECT
 
 public:
-    // A directory that cannot be watched is logged; changed() then never comes.
+    /// A directory that cannot be watched is logged; changed() then never comes.
     explicit HidNodeWatcher(const QString& directory, QObject* parent = nullptr);
     ~HidNodeWatcher() override;
 
 signals:
-    // A node named hidraw... was created, removed, renamed, or had its attributes changed.
+    /// A node named hidraw... was created, removed, renamed, or had its attributes changed.
     void changed();
 
 private:

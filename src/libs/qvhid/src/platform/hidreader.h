@@ -6,7 +6,7 @@
 
 namespace hid {
 
-// The reader of this platform: the base's behaviour over hidapi.
+/// The reader of this platform: the base's behaviour over hidapi.
 class QVHID_EXPORT HidReader : public HidReaderBase
 {
     Q_OBJECT
@@ -16,7 +16,7 @@ public:
     ~HidReader() override;
 };
 
-// A new reader for the chosen device; the caller owns it.
+/// A new reader for the chosen device; the caller owns it.
 QVHID_EXPORT HidReaderBase *getReader(const HidDeviceInfo &info);
 
 } // namespace hid

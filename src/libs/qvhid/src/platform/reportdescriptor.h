@@ -9,7 +9,7 @@
 
 #include <memory>
 
-// The report-parser library's parsed descriptor, as its header declares it.
+/// The report-parser library's parsed descriptor, as its header declares it.
 struct hid_descriptor;
 
 namespace hid {
@@ -20,10 +20,10 @@ struct QVHID_EXPORT ReportDescriptorDeleter
 };
 using ReportDescriptor = std::unique_ptr<hid_descriptor, ReportDescriptorDeleter>;
 
-// The parsed report descriptor of the HID interface at `path` (a path as hidapi enumerates
-// it), read without binding the interface: for a hidraw node from sysfs, which any user may
-// read, otherwise by opening the interface through hidapi for as long as the reading takes.
-// Null when it cannot be read or is not a valid descriptor.
+/// The parsed report descriptor of the HID interface at `path` (a path as hidapi enumerates
+/// it), read without binding the interface: for a hidraw node from sysfs, which any user may
+/// read, otherwise by opening the interface through hidapi for as long as the reading takes.
+/// Null when it cannot be read or is not a valid descriptor.
 QVHID_EXPORT ReportDescriptor ReadReportDescriptor(const SystemView& system, const QString& path);
 
 } // namespace hid

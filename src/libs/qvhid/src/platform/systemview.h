@@ -10,19 +10,19 @@
 
 namespace hid {
 
-// Where the system is read from. Tests point it at a tree of their own.
+/// Where the system is read from. Tests point it at a tree of their own.
 struct QVHID_EXPORT SystemView
 {
-    SystemView(); // sysfs at /sys, device nodes in /dev, no udev lookup
+    SystemView(); ///< sysfs at /sys, device nodes in /dev, no udev lookup
 
     QString sysfsRoot;
-    // Where hidraw nodes appear as headsets are plugged in.
+    /// Where hidraw nodes appear as headsets are plugged in.
     QString deviceDirectory;
-    // udev's property `key` of the sound card `cardName` ("card2"); empty when udev has none.
+    /// udev's property `key` of the sound card `cardName` ("card2"); empty when udev has none.
     std::function<QString(const QString& cardName, const QString& key)> udevCardProperty;
 };
 
-// sysfs at /sys, device nodes in /dev, and udev's own database, through libudev.
+/// sysfs at /sys, device nodes in /dev, and udev's own database, through libudev.
 QVHID_EXPORT SystemView LiveSystemView();
 
 } // namespace hid
