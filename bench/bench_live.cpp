@@ -209,8 +209,10 @@ void callStateLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice
         if (!waitUntil([&] { return reports.state == QLatin1String("Initial"); }))
             break;
     }
-    row(QStringLiteral("Call state: `onCallIncome` to first report written"), int(toWrite.size()), distribution(toWrite));
-    row(QStringLiteral("Call state: `onCallIncome` to `deviceStateEntered`"), int(toState.size()), distribution(toState));
+    row(QStringLiteral("Call state: `onCallIncome` to first report written"), int(toWrite.size()),
+        distribution(toWrite));
+    row(QStringLiteral("Call state: `onCallIncome` to `deviceStateEntered`"), int(toState.size()),
+        distribution(toState));
 }
 
 // onActiveAudioDeviceChanged to deviceShow, with `others` more interfaces enumerated.
@@ -242,7 +244,8 @@ void bindingTime(HidDeviceManager &manager, Reports &reports, int others, int bi
 
 // The plug pulled, to deviceHide; the headset plugged in again, to the state of the call (a
 // call in progress, so the reader resumes it) reaching the application.
-void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualNodes &nodes, VirtualDevice &headset, int replugs)
+void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualNodes &nodes, VirtualDevice &headset,
+                   int replugs)
 {
     manager.onCallIncome();
     manager.onCallUnmuted();
@@ -266,7 +269,8 @@ void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualNodes &no
     }
     manager.onCallEnd();
     row(QStringLiteral("Unplug: plug pulled to `deviceHide`"), int(toHide.size()), distribution(toHide));
-    row(QStringLiteral("Replug: plugged in to the call's state (\"Talk\") again"), int(toTalk.size()), distribution(toTalk));
+    row(QStringLiteral("Replug: plugged in to the call's state (\"Talk\") again"), int(toTalk.size()),
+        distribution(toTalk));
 }
 
 double processCpuSeconds()

@@ -17,8 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 
     // Each query is linear in the number of collections; asking from at most 32 of them per
     // report keeps a deeply nested descriptor's input from costing the square of its size.
-    std::vector<hid::HIDCollection *> collections(info.collections.begin(),
-                                                  info.collections.begin() + std::min<std::size_t>(info.collections.size(), 32));
+    std::vector<hid::HIDCollection *> collections(
+        info.collections.begin(), info.collections.begin() + std::min<std::size_t>(info.collections.size(), 32));
     collections.push_back(info.findCollection(0x0B, 0x05)); // null when there is none
     while (!input.empty()) {
         std::vector<uint8_t> report = input.report();
@@ -27,9 +27,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             for (const hid::HIDReportItemTypes type : {hid::Input, hid::Output, hid::Feature}) {
                 std::vector<hid::HIDReportItem *> items;
                 info.findReportItems(collection, reportId, type, items);
-                hid::HIDParserBase::decodeReport(report.data(), static_cast<unsigned char>(report.size()), items, reportId, type);
-                info.isEmptyValue(collection, type, collection ? collection->usagePage : 0, collection ? collection->usage : 0,
-                                  reportId);
+                hid::HIDParserBase::decodeReport(report.data(), static_cast<unsigned char>(report.size()), items,
+                                                 reportId, type);
+                info.isEmptyValue(collection, type, collection ? collection->usagePage : 0,
+                                  collection ? collection->usage : 0, reportId);
             }
             std::vector<hid::HIDReportItem *> outputs;
             info.findReportItems(collection, reportId, hid::Output, outputs);

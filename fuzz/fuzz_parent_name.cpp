@@ -54,7 +54,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         __builtin_trap();
     // A card found is one of the desk's, and found by a rule that says how.
     const hid::SoundCardMatch match = hid::ResolveAudioDeviceName(name, desk());
-    if (match.kind == hid::SoundCardMatch::Card && (match.card < 0 || match.card >= desk().size() || match.rule.isEmpty()))
+    if (match.kind == hid::SoundCardMatch::Card
+        && (match.card < 0 || match.card >= desk().size() || match.rule.isEmpty()))
         __builtin_trap();
     if (match.kind != hid::SoundCardMatch::Card && match.card != -1)
         __builtin_trap();

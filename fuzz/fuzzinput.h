@@ -53,7 +53,8 @@ private:
 };
 
 // The same layout, written.
-inline std::vector<uint8_t> layout(const std::vector<uint8_t> &descriptor, const std::vector<std::vector<uint8_t>> &reports)
+inline std::vector<uint8_t> layout(const std::vector<uint8_t> &descriptor,
+                                   const std::vector<std::vector<uint8_t>> &reports)
 {
     std::vector<uint8_t> bytes = {uint8_t(descriptor.size() & 0xFF), uint8_t(descriptor.size() >> 8)};
     bytes.insert(bytes.end(), descriptor.begin(), descriptor.end());

@@ -62,11 +62,12 @@ int main(int argc, char **argv)
                 reports.push_back(button.release);
             }
             const uint8_t vendorPages = description.usagePage >= 0xFF00 ? 1 : 0;
-            descriptorSeed(QStringLiteral("%1-%2").arg(QString::fromStdString(model.name)).arg(interface++), description.descriptor,
-                           reports, vendorPages);
+            descriptorSeed(QStringLiteral("%1-%2").arg(QString::fromStdString(model.name)).arg(interface++),
+                           description.descriptor, reports, vendorPages);
         }
     }
-    descriptorSeed(QStringLiteral("telephony-headset"), toVector(descriptors::telephonyHeadset()), {{0x01}, {0x02}, {0x00}}, 0);
+    descriptorSeed(QStringLiteral("telephony-headset"), toVector(descriptors::telephonyHeadset()),
+                   {{0x01}, {0x02}, {0x00}}, 0);
     descriptorSeed(QStringLiteral("telephony-headset-ids"), toVector(descriptors::telephonyHeadsetWithReportIds()),
                    {{0x01, 0x01}, {0x01, 0x00}, {0x02, 0x00}}, 0);
 
@@ -74,17 +75,28 @@ int main(int argc, char **argv)
     if (!table.open(QIODevice::ReadOnly))
         return 1;
     ok = write(out.filePath(QStringLiteral("dictionary")), QStringLiteral("built-in"), table.readAll()) && ok;
-    ok = write(out.filePath(QStringLiteral("dictionary")), QStringLiteral("small"),
-               R"({"configurations":{"C":{"devUsagePage":"0xFF00","cmdRing":[["RING","0x2A"],[]],"clickTypeOnEmptyCode":"2",)"
-               R"("longDelay":true}},"devices":[{"name":"n","vid":"0x1209","pid":"1","configuration":"C"},{"vid":"4617"}]})")
+    ok =
+        write(
+            out.filePath(QStringLiteral("dictionary")), QStringLiteral("small"),
+            R"({"configurations":{"C":{"devUsagePage":"0xFF00","cmdRing":[["RING","0x2A"],[]],"clickTypeOnEmptyCode":"2",)"
+            R"("longDelay":true}},"devices":[{"name":"n","vid":"0x1209","pid":"1","configuration":"C"},{"vid":"4617"}]})")
         && ok;
 
-    const char *const names[] = {"Headset Microphone (2- Office Headset 20)", "Speakers (Office Headset 20)",
-                                 "Wave mapper", "(3-)", "Office Headset 20", "Mic (USB Audio (Desk Headset 310))",
+    const char *const names[] = {"Headset Microphone (2- Office Headset 20)",
+                                 "Speakers (Office Headset 20)",
+                                 "Wave mapper",
+                                 "(3-)",
+                                 "Office Headset 20",
+                                 "Mic (USB Audio (Desk Headset 310))",
                                  "alsa_output.usb-Virtual_Audio_Office_Headset_20_A1B2C3-00.analog-stereo",
-                                 "alsa_card.usb-0b0e_030d-00", "sysdefault:CARD=Headset20_1", "front:CARD=2,DEV=0",
-                                 "plughw:2,0", "Office Headset 20: USB Audio (hw:1,0)", "Office Headset 20 (0b0e:030d)",
-                                 "USB Device 0x0b0e:0x030d Analog Stereo", "bluez_output.00_1B_66_AA_BB_CC.1"};
+                                 "alsa_card.usb-0b0e_030d-00",
+                                 "sysdefault:CARD=Headset20_1",
+                                 "front:CARD=2,DEV=0",
+                                 "plughw:2,0",
+                                 "Office Headset 20: USB Audio (hw:1,0)",
+                                 "Office Headset 20 (0b0e:030d)",
+                                 "USB Device 0x0b0e:0x030d Analog Stereo",
+                                 "bluez_output.00_1B_66_AA_BB_CC.1"};
     int index = 0;
     for (const char *name : names)
         ok = write(out.filePath(QStringLiteral("parent_name")), QString::number(index++), QByteArray(name)) && ok;

@@ -47,7 +47,7 @@ public:
     // audio on one interface and call control on another, or a dock with audio alone.
     struct UsbDevice
     {
-        hid::virt::DeviceDescription identity; // its ids and strings; descriptor and buttons unused
+        hid::virt::DeviceDescription identity;                     // its ids and strings; descriptor and buttons unused
         std::map<int, hid::virt::DeviceDescription> hidInterfaces; // by hidraw number
         std::vector<hid::virt::SoundCard> soundCards;
     };
@@ -73,7 +73,7 @@ private:
     void plugInterface(int number, const Interface &interface);
 
     HidrawServer m_server;
-    std::string m_work;       // a private tmpfs for the server's mount point and the saved /dev
+    std::string m_work; // a private tmpfs for the server's mount point and the saved /dev
     std::map<int, hid::virt::DeviceDescription> m_plugged;
     std::map<int, Interface> m_known;
     SysfsTree m_sysfs{"/sys", "/run/udev/data"};

@@ -59,8 +59,9 @@ QString TestHeadset::unavailable()
         state.system = std::make_unique<emulation::EmulatedSystem>();
         state.unavailable = state.system->start();
     }
-    return state.unavailable.empty() ? QString()
-                                     : QStringLiteral("kernel emulation unavailable: %1").arg(QString::fromStdString(state.unavailable));
+    return state.unavailable.empty()
+        ? QString()
+        : QStringLiteral("kernel emulation unavailable: %1").arg(QString::fromStdString(state.unavailable));
 }
 
 TestHeadset TestHeadset::add(const hid::virt::DeviceDescription &description)

@@ -29,8 +29,7 @@ void giveDeviceNumber(int fd, struct stat *status)
     const ssize_t length = readlink(link, target, sizeof target - 1);
     unsigned minor = 0;
     char rest = 0;
-    if (length <= 0 || !S_ISREG(status->st_mode)
-        || std::sscanf(target, "/dev/hidraw%u%c", &minor, &rest) != 1)
+    if (length <= 0 || !S_ISREG(status->st_mode) || std::sscanf(target, "/dev/hidraw%u%c", &minor, &rest) != 1)
         return;
     status->st_mode = (status->st_mode & ~S_IFMT) | S_IFCHR;
     status->st_rdev = makedev(emulation::HidrawMajor, minor);

@@ -20,7 +20,7 @@ namespace emulation {
 namespace {
 
 constexpr fuse_ino_t FirstDeviceInode = 2; // inode of hidraw0; the root is 1
-constexpr std::size_t QueueCapacity = 64; // reports a hidraw reader may have unread
+constexpr std::size_t QueueCapacity = 64;  // reports a hidraw reader may have unread
 
 fuse_ino_t inodeOf(int number)
 {
@@ -44,7 +44,7 @@ struct stat attributesOf(fuse_ino_t inode)
 // Interrupts the session loop's wait for a request; see stop().
 constexpr int WakeSignal = SIGUSR2;
 
-void ignoreWakeSignal(int) {}
+void ignoreWakeSignal(int) { }
 
 } // namespace
 
@@ -293,7 +293,7 @@ void HidrawServer::onOpen(fuse_req_t request, fuse_ino_t inode, fuse_file_info *
     file->device = device->number;
     ++device->opens;
     info->fh = server.m_nextFile++;
-    info->direct_io = 1;  // every read and write reaches the server with its own size
+    info->direct_io = 1; // every read and write reaches the server with its own size
     info->nonseekable = 1;
     server.m_files[info->fh] = std::move(file);
     fuse_reply_open(request, info);
@@ -327,8 +327,7 @@ void HidrawServer::onRead(fuse_req_t request, fuse_ino_t, size_t size, off_t, fu
     file.pendingSize = size;
 }
 
-void HidrawServer::onWrite(fuse_req_t request, fuse_ino_t, const char *data, size_t size, off_t,
-                           fuse_file_info *info)
+void HidrawServer::onWrite(fuse_req_t request, fuse_ino_t, const char *data, size_t size, off_t, fuse_file_info *info)
 {
     HidrawServer &server = of(request);
     std::lock_guard<std::mutex> lock(server.m_mutex);
@@ -402,7 +401,8 @@ void HidrawServer::onIoctl(fuse_req_t request, fuse_ino_t inode, unsigned int co
     }
     case HIDIOCGRDESC: {
         hidraw_report_descriptor descriptor = {};
-        descriptor.size = static_cast<__u32>(std::min<std::size_t>(description.descriptor.size(), HID_MAX_DESCRIPTOR_SIZE));
+        descriptor.size =
+            static_cast<__u32>(std::min<std::size_t>(description.descriptor.size(), HID_MAX_DESCRIPTOR_SIZE));
         std::memcpy(descriptor.value, description.descriptor.data(), descriptor.size);
         fuse_reply_ioctl(request, 0, &descriptor, sizeof descriptor);
         return;
@@ -415,20 +415,15 @@ void HidrawServer::onIoctl(fuse_req_t request, fuse_ino_t inode, unsigned int co
         fuse_reply_ioctl(request, 0, &devinfo, sizeof devinfo);
         return;
     }
-    default:
-        break;
+    default: break;
     }
     if (_IOC_TYPE(command) != 'H') {
         fuse_reply_err(request, ENOTTY);
         return;
     }
     switch (_IOC_NR(command)) {
-    case _IOC_NR(HIDIOCGRAWNAME(0)):
-        replyText(description.manufacturer + L" " + description.product);
-        return;
-    case _IOC_NR(HIDIOCGRAWUNIQ(0)):
-        replyText(description.serialNumber);
-        return;
+    case _IOC_NR(HIDIOCGRAWNAME(0)): replyText(description.manufacturer + L" " + description.product); return;
+    case _IOC_NR(HIDIOCGRAWUNIQ(0)): replyText(description.serialNumber); return;
     case _IOC_NR(HIDIOCSFEATURE(0)): {
         if (inSize == 0) {
             fuse_reply_err(request, EINVAL);
@@ -453,9 +448,7 @@ void HidrawServer::onIoctl(fuse_req_t request, fuse_ino_t inode, unsigned int co
         fuse_reply_ioctl(request, static_cast<int>(report.size()), out.data(), out.size());
         return;
     }
-    default:
-        fuse_reply_err(request, ENOTTY);
-        return;
+    default: fuse_reply_err(request, ENOTTY); return;
     }
 }
 

@@ -98,8 +98,9 @@ void SysfsTree::addUsbDevice(const std::string &usbName, const hid::virt::Device
 {
     const fs::path device = usbDevicePath(usbName);
     fs::create_directories(device);
-    writeFile(device / "uevent", format("DEVTYPE=usb_device\nDRIVER=usb\nPRODUCT=%s\nTYPE=0/0/0\nBUSNUM=00%c\n",
-                                        productAttribute(identity).c_str(), usbName.front()));
+    writeFile(device / "uevent",
+              format("DEVTYPE=usb_device\nDRIVER=usb\nPRODUCT=%s\nTYPE=0/0/0\nBUSNUM=00%c\n",
+                     productAttribute(identity).c_str(), usbName.front()));
     writeFile(device / "idVendor", format("%04x\n", identity.vendorId));
     writeFile(device / "idProduct", format("%04x\n", identity.productId));
     writeFile(device / "bcdDevice", format("%04x\n", identity.releaseNumber));
@@ -120,15 +121,17 @@ void SysfsTree::removeUsbDevice(const std::string &usbName) const
     fs::remove_all(usbDevicePath(usbName), ignored);
 }
 
-void SysfsTree::addHidInterface(const std::string &usbName, int number, const hid::virt::DeviceDescription &interface) const
+void SysfsTree::addHidInterface(const std::string &usbName, int number,
+                                const hid::virt::DeviceDescription &interface) const
 {
     const fs::path usbInterface = usbDevicePath(usbName) / interfaceName(usbName, interface.interfaceNumber);
     const fs::path hidDevice = usbInterface / hidName(number, interface);
     const fs::path hidraw = hidDevice / "hidraw" / format("hidraw%d", number);
     fs::create_directories(hidraw);
 
-    writeFile(usbInterface / "uevent", format("DEVTYPE=usb_interface\nDRIVER=usbhid\nPRODUCT=%s\nTYPE=0/0/0\nINTERFACE=3/0/0\n",
-                                              productAttribute(interface).c_str()));
+    writeFile(usbInterface / "uevent",
+              format("DEVTYPE=usb_interface\nDRIVER=usbhid\nPRODUCT=%s\nTYPE=0/0/0\nINTERFACE=3/0/0\n",
+                     productAttribute(interface).c_str()));
     writeFile(usbInterface / "bInterfaceNumber", format("%02x\n", interface.interfaceNumber));
     link(m_sysfs / "bus/usb", usbInterface / "subsystem");
 
@@ -151,13 +154,15 @@ void SysfsTree::addHidInterface(const std::string &usbName, int number, const hi
     link(hidDevice, m_sysfs / "bus/hid/devices" / hidName(number, interface));
 }
 
-void SysfsTree::removeHidInterface(const std::string &usbName, int number, const hid::virt::DeviceDescription &interface) const
+void SysfsTree::removeHidInterface(const std::string &usbName, int number,
+                                   const hid::virt::DeviceDescription &interface) const
 {
     std::error_code ignored;
     fs::remove(m_sysfs / "class/hidraw" / format("hidraw%d", number), ignored);
     fs::remove(m_sysfs / "dev/char" / format("%u:%d", HidrawMajor, number), ignored);
     fs::remove(m_sysfs / "bus/hid/devices" / hidName(number, interface), ignored);
-    fs::remove_all(usbDevicePath(usbName) / interfaceName(usbName, interface.interfaceNumber) / hidName(number, interface),
+    fs::remove_all(usbDevicePath(usbName) / interfaceName(usbName, interface.interfaceNumber)
+                       / hidName(number, interface),
                    ignored);
 }
 
@@ -198,12 +203,14 @@ int SysfsTree::addSoundCard(const std::string &usbName, const hid::virt::DeviceD
     const int number = claimCard(card.id, id);
     const fs::path interface = usbDevicePath(usbName) / interfaceName(usbName, card.interfaceNumber);
     fs::create_directories(interface);
-    writeFile(interface / "uevent", format("DEVTYPE=usb_interface\nDRIVER=snd-usb-audio\nPRODUCT=%s\nTYPE=0/0/0\nINTERFACE=1/1/0\n",
-                                           productAttribute(identity).c_str()));
+    writeFile(interface / "uevent",
+              format("DEVTYPE=usb_interface\nDRIVER=snd-usb-audio\nPRODUCT=%s\nTYPE=0/0/0\nINTERFACE=1/1/0\n",
+                     productAttribute(identity).c_str()));
     writeFile(interface / "bInterfaceNumber", format("%02x\n", card.interfaceNumber));
     link(m_sysfs / "bus/usb", interface / "subsystem");
     addCard(interface, number, id);
-    writeFile(m_udevData / format("+sound:card%d", number), "E:ID_ID=" + udevSoundCardId(identity, card.interfaceNumber) + "\n");
+    writeFile(m_udevData / format("+sound:card%d", number),
+              "E:ID_ID=" + udevSoundCardId(identity, card.interfaceNumber) + "\n");
     return number;
 }
 

@@ -31,7 +31,8 @@ public:
     void removeUsbDevice(const std::string &usbName) const;
     // A HID interface of that device, with the hidraw node hidraw<number>.
     void addHidInterface(const std::string &usbName, int number, const hid::virt::DeviceDescription &interface) const;
-    void removeHidInterface(const std::string &usbName, int number, const hid::virt::DeviceDescription &interface) const;
+    void removeHidInterface(const std::string &usbName, int number,
+                            const hid::virt::DeviceDescription &interface) const;
 
     // A sound card on an audio interface of that device. It takes the lowest free card number,
     // and its id is made unique as ALSA makes it ("Headset20", then "Headset20_1"); udev's

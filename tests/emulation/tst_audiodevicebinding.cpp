@@ -60,7 +60,10 @@ private slots:
 
 private:
     // The hidraw number of a desk device's HID interface.
-    int numberOf(const std::string &device, std::size_t interface = 0) const { return m_numbers.at(device).at(interface); }
+    int numberOf(const std::string &device, std::size_t interface = 0) const
+    {
+        return m_numbers.at(device).at(interface);
+    }
     QString pathOf(const std::string &device, std::size_t interface = 0) const
     {
         return QStringLiteral("/dev/hidraw%1").arg(numberOf(device, interface));
@@ -132,11 +135,19 @@ void TestAudioDeviceBinding::eachOfTwoIdenticalHeadsetsByItsOwnNames_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("device");
     QTest::addColumn<QString>("other");
-    QTest::newRow("first by its sink") << SinkA << "headset-a" << "headset-b";
-    QTest::newRow("first by hw") << "hw:1" << "headset-a" << "headset-b";
-    QTest::newRow("second by its source") << SourceB << "headset-b" << "headset-a";
-    QTest::newRow("second by hw") << "hw:2" << "headset-b" << "headset-a";
-    QTest::newRow("second by card id") << "sysdefault:CARD=Headset20_1" << "headset-b" << "headset-a";
+    QTest::newRow("first by its sink") << SinkA << "headset-a"
+                                       << "headset-b";
+    QTest::newRow("first by hw") << "hw:1"
+                                 << "headset-a"
+                                 << "headset-b";
+    QTest::newRow("second by its source") << SourceB << "headset-b"
+                                          << "headset-a";
+    QTest::newRow("second by hw") << "hw:2"
+                                  << "headset-b"
+                                  << "headset-a";
+    QTest::newRow("second by card id") << "sysdefault:CARD=Headset20_1"
+                                       << "headset-b"
+                                       << "headset-a";
 }
 
 void TestAudioDeviceBinding::eachOfTwoIdenticalHeadsetsByItsOwnNames()
@@ -199,15 +210,18 @@ void TestAudioDeviceBinding::soundServerNameWithAndWithoutUdevData()
     hid::HidDevice withUdev(nullptr);
     QVERIFY(withUdev.chooseAudioDevice(SinkWithoutSerial));
     QCOMPARE(withUdev.getInfo().path, pathOf("no-serial"));
-    QCOMPARE(withUdev.getChoice().rule,
-             QStringLiteral("sound card 6 (Headset30) by sound-server name of udev ID_ID \"usb-Virtual_Audio_Office_Headset_30-00\", "
-                            "interface 3, the configuration's call-control collection"));
+    QCOMPARE(
+        withUdev.getChoice().rule,
+        QStringLiteral(
+            "sound card 6 (Headset30) by sound-server name of udev ID_ID \"usb-Virtual_Audio_Office_Headset_30-00\", "
+            "interface 3, the configuration's call-control collection"));
 
     m_system.removeUdevData(m_cards.at("no-serial").front());
     hid::HidDevice withoutUdev(nullptr);
     QVERIFY(withoutUdev.chooseAudioDevice(SinkWithoutSerial));
     QCOMPARE(withoutUdev.getInfo().path, pathOf("no-serial"));
-    QVERIFY2(withoutUdev.getChoice().rule.contains(QLatin1String("\"usb-Virtual_Audio_Office_Headset_30-00\" (made from sysfs)")),
+    QVERIFY2(withoutUdev.getChoice().rule.contains(
+                 QLatin1String("\"usb-Virtual_Audio_Office_Headset_30-00\" (made from sysfs)")),
              qPrintable(withoutUdev.getChoice().rule));
 
     BindingEvents events;
@@ -304,11 +318,13 @@ void TestAudioDeviceBinding::probeMatchesEveryNameForm()
     QCOMPARE(first.value(QStringLiteral("soundCard")).toInt(), 1);
 
     // Every name binds: exit 0. The text form says the same.
-    const ProbeRun bound = runProbe({QStringLiteral("match"), QStringLiteral("hw:1"), QStringLiteral("Link Adapter 360")});
+    const ProbeRun bound =
+        runProbe({QStringLiteral("match"), QStringLiteral("hw:1"), QStringLiteral("Link Adapter 360")});
     QCOMPARE(bound.exitCode, 0);
-    QVERIFY2(bound.out.contains(QStringLiteral("\"hw:1\"\n    binds %1: 0x0B0E:0x030D \"Office Headset 20\", interface 3, usage page "
-                                               "0x000B, usage 0x0005\n    rule: sound card 1 (Headset20) by ALSA card index hw:1")
-                                    .arg(a)),
+    QVERIFY2(bound.out.contains(
+                 QStringLiteral("\"hw:1\"\n    binds %1: 0x0B0E:0x030D \"Office Headset 20\", interface 3, usage page "
+                                "0x000B, usage 0x0005\n    rule: sound card 1 (Headset20) by ALSA card index hw:1")
+                     .arg(a)),
              qPrintable(bound.out));
     QCOMPARE(runProbe({QStringLiteral("match")}).exitCode, 2);
 
@@ -316,13 +332,18 @@ void TestAudioDeviceBinding::probeMatchesEveryNameForm()
     const QString sink = QStringLiteral("alsa_output.usb-Virtual_Audio_Office_Headset_50_UH-0050-00.analog-stereo");
     const ProbeRun unlisted = runProbe({QStringLiteral("match"), sink});
     QCOMPARE(unlisted.exitCode, 1);
-    QVERIFY2(unlisted.out.contains(QLatin1String("binds nothing: sound card 8 (Headset50) by sound-server name")), qPrintable(unlisted.out));
-    const ProbeRun fallback = runProbe({QStringLiteral("match"), QStringLiteral("--fallback"), QStringLiteral("Standart"), sink});
+    QVERIFY2(unlisted.out.contains(QLatin1String("binds nothing: sound card 8 (Headset50) by sound-server name")),
+             qPrintable(unlisted.out));
+    const ProbeRun fallback =
+        runProbe({QStringLiteral("match"), QStringLiteral("--fallback"), QStringLiteral("Standart"), sink});
     QCOMPARE(fallback.exitCode, 0);
-    QVERIFY2(fallback.out.contains(QStringLiteral("    binds %1: 0x1209:0x0050 \"Office Headset 50\", interface 3").arg(pathOf("unlisted"))),
-             qPrintable(fallback.out));
-    QVERIFY(fallback.out.contains(QLatin1String("the call-control collection 0x000B/0x0005 of the fallback configuration "
-                                                "\"Standart\" (its ids have no row of their own)\n")));
+    QVERIFY2(
+        fallback.out.contains(
+            QStringLiteral("    binds %1: 0x1209:0x0050 \"Office Headset 50\", interface 3").arg(pathOf("unlisted"))),
+        qPrintable(fallback.out));
+    QVERIFY(
+        fallback.out.contains(QLatin1String("the call-control collection 0x000B/0x0005 of the fallback configuration "
+                                            "\"Standart\" (its ids have no row of their own)\n")));
 }
 
 void TestAudioDeviceBinding::probeListsTheSoundCardsOfEachInterface()
@@ -339,13 +360,15 @@ void TestAudioDeviceBinding::probeListsTheSoundCardsOfEachInterface()
                                            "alsa_card.usb-Virtual_Audio_Office_Headset_20_D4E5F6-00")),
              qPrintable(run.out));
     const QString consumer = blockOf(pathOf("consumer-first", 0));
-    QVERIFY2(consumer.contains(QStringLiteral("sound card 5 (id Headset40, \"Office Headset 40\")\n        binds %1 instead")
-                                   .arg(pathOf("consumer-first", 1))),
-             qPrintable(consumer));
+    QVERIFY2(
+        consumer.contains(QStringLiteral("sound card 5 (id Headset40, \"Office Headset 40\")\n        binds %1 instead")
+                              .arg(pathOf("consumer-first", 1))),
+        qPrintable(consumer));
     QVERIFY2(blockOf(pathOf("no-sound-card")).contains(QLatin1String("    sound card: none on its USB device\n")),
              qPrintable(blockOf(pathOf("no-sound-card"))));
     const QString stringless = blockOf(pathOf("stringless"));
-    QVERIFY2(stringless.contains(QLatin1String("sound card 7 (id Device, \"USB Device 0x047f:0xc038\")")), qPrintable(stringless));
+    QVERIFY2(stringless.contains(QLatin1String("sound card 7 (id Device, \"USB Device 0x047f:0xc038\")")),
+             qPrintable(stringless));
 }
 
 int main(int argc, char *argv[])

@@ -27,9 +27,9 @@ public:
     PrintingLogger() { common::logger::SetLogger(this); }
     ~PrintingLogger() override { common::logger::SetLogger(nullptr); }
 
-    void Write(const common::logger::IMessage& message) override { print(message.text().toUtf8().constData()); }
+    void Write(const common::logger::IMessage &message) override { print(message.text().toUtf8().constData()); }
 
-    void print(const char* text)
+    void print(const char *text)
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         std::printf("%s\n", text);
@@ -42,18 +42,18 @@ private:
 
 } // namespace
 
-int main(int argc, char** argv)
+int main(int argc, char **argv)
 {
     // Constructed before the manager, so destroyed after it.
     static PrintingLogger logger;
-    const char* mode = argc > 1 ? argv[1] : "";
+    const char *mode = argc > 1 ? argv[1] : "";
     hid::virt::VirtualDevice::add(hid::virt::findModel("telephony-headset")->interfaces.front());
     {
         QCoreApplication application(argc, argv);
-        qv::hid::HidDeviceManager& manager = qv::hid::HidDeviceManager::Instance();
+        qv::hid::HidDeviceManager &manager = qv::hid::HidDeviceManager::Instance();
         bool initial = false;
         QObject::connect(&manager, &qv::hid::HidDeviceManager::deviceStateEntered, &application,
-                         [&initial](const QString& state) { initial = initial || state == QLatin1String("Initial"); });
+                         [&initial](const QString &state) { initial = initial || state == QLatin1String("Initial"); });
         manager.onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
         const QDeadlineTimer deadline(10000);
         while (!initial && !deadline.hasExpired())

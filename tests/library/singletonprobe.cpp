@@ -3,7 +3,7 @@
 // application would. Built with hidden visibility like the library itself.
 #include <hiddevicemanager.h>
 
-extern "C" Q_DECL_EXPORT void* singletonProbeInstance()
+extern "C" Q_DECL_EXPORT void *singletonProbeInstance()
 {
     return &qv::hid::HidDeviceManager::Instance();
 }

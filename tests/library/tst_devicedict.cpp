@@ -35,8 +35,8 @@ HidCode senchMbPro2UC()
 {
     HidCode code = clickOnEmpty();
     code.cmdHold = {{}, {RING, ONLINE}, {HOOK, ONLINE}, {HOOK, HOLD, ONLINE}, {HOLD, ONLINE}};
-    code.cmdHoldMuted = {{}, {RING, ONLINE}, {HOOK, ONLINE}, {HOOK, HOLD, ONLINE}, {HOLD, ONLINE},
-                         {HOOK, MUTE, HOLD, ONLINE}};
+    code.cmdHoldMuted = {
+        {}, {RING, ONLINE}, {HOOK, ONLINE}, {HOOK, HOLD, ONLINE}, {HOLD, ONLINE}, {HOOK, MUTE, HOLD, ONLINE}};
     return code;
 }
 
@@ -65,7 +65,7 @@ HidCode jabraLink360()
     code.cmdRing = {{RING}, {RING, ONLINE}};
     code.cmdFromTalkToRing = {{HOOK, RING}};
     code.cmdMute = {{HOOK, MIC, ONLINE}};
-    code.cmdTalk = {{HOOK, RING, ONLINE}, {HOOK, RING, ONLINE}, {HOOK, ONLINE}, {HOOK, HOLD, ONLINE},
+    code.cmdTalk = {{HOOK, RING, ONLINE}, {HOOK, RING, ONLINE}, {HOOK, ONLINE},       {HOOK, HOLD, ONLINE},
                     {HOLD, ONLINE},       {HOOK, RING, ONLINE}, {HOOK, RING, ONLINE}, {HOOK, ONLINE}};
     code.cmdHold = {{HOOK, HOLD, ONLINE}, {HOLD, ONLINE}};
     code.cmdHoldMuted = {{HOLD, MIC, ONLINE}};
@@ -88,7 +88,7 @@ HidCode jabraSpeak410()
 
 struct Row
 {
-    const char* name;
+    const char *name;
     unsigned short vid;
     unsigned short pid;
     HidCode (*configuration)();
@@ -121,7 +121,7 @@ const Row builtInRows[] = {
 };
 
 // Compares every field and every command step by step; names the first difference.
-QString difference(const HidCode& actual, const HidCode& expected)
+QString difference(const HidCode &actual, const HidCode &expected)
 {
     auto number = [](unsigned value) { return QStringLiteral("0x%1").arg(value, 0, 16); };
     if (actual.devUsagePage != expected.devUsagePage)
@@ -136,15 +136,18 @@ QString difference(const HidCode& actual, const HidCode& expected)
         return QStringLiteral("clickTypeOnEmptyCode %1").arg(int(actual.clickTypeOnEmptyCode));
     if (actual.longDelay != expected.longDelay)
         return QStringLiteral("longDelay %1").arg(actual.longDelay);
-    const std::pair<const char*, HidCommand HidCode::*> commands[] = {
-        {"cmdInit", &HidCode::cmdInit},           {"cmdRing", &HidCode::cmdRing},
-        {"cmdTalk", &HidCode::cmdTalk},           {"cmdHold", &HidCode::cmdHold},
-        {"cmdHoldMuted", &HidCode::cmdHoldMuted}, {"cmdMute", &HidCode::cmdMute},
+    const std::pair<const char *, HidCommand HidCode::*> commands[] = {
+        {"cmdInit", &HidCode::cmdInit},
+        {"cmdRing", &HidCode::cmdRing},
+        {"cmdTalk", &HidCode::cmdTalk},
+        {"cmdHold", &HidCode::cmdHold},
+        {"cmdHoldMuted", &HidCode::cmdHoldMuted},
+        {"cmdMute", &HidCode::cmdMute},
         {"cmdFromTalkToRing", &HidCode::cmdFromTalkToRing},
     };
-    for (const auto& [name, member] : commands) {
-        const HidCommand& a = actual.*member;
-        const HidCommand& e = expected.*member;
+    for (const auto &[name, member] : commands) {
+        const HidCommand &a = actual.*member;
+        const HidCommand &e = expected.*member;
         if (a.size() != e.size())
             return QStringLiteral("%1 has %2 steps, not %3").arg(QLatin1String(name)).arg(a.size()).arg(e.size());
         for (size_t step = 0; step < a.size(); ++step) {
@@ -155,13 +158,13 @@ QString difference(const HidCode& actual, const HidCode& expected)
     return QString();
 }
 
-HidCode lookUp(unsigned short vid, unsigned short pid, bool& isExplicit)
+HidCode lookUp(unsigned short vid, unsigned short pid, bool &isExplicit)
 {
     isExplicit = !isExplicit; // the lookup must set it on every path
     return HidDeviceDict::getHidCode(vid, pid, isExplicit);
 }
 
-QString json(const char* text)
+QString json(const char *text)
 {
     return QString::fromUtf8(text);
 }
@@ -202,7 +205,7 @@ private slots:
     void everyBuiltInKey()
     {
         QFETCH(int, row);
-        const Row& expected = builtInRows[row];
+        const Row &expected = builtInRows[row];
         bool isExplicit = false;
         const HidCode code = lookUp(expected.vid, expected.pid, isExplicit);
         QVERIFY(isExplicit);
@@ -361,7 +364,8 @@ private slots:
         CapturingLogger logger;
         HidDeviceDict::init(json(R"({"fallbackConfiguration": "Standart"})"));
         QCOMPARE(logger.texts(),
-                 QStringList{"HID HidDeviceDict Headsets without a row of their own get the fallback configuration Standart"});
+                 QStringList{
+                     "HID HidDeviceDict Headsets without a row of their own get the fallback configuration Standart"});
         QCOMPARE(logger.lines().at(0).level, 7);
         HidCode code;
         QString configuration;
@@ -369,7 +373,7 @@ private slots:
         QCOMPARE(configuration, QStringLiteral("Standart"));
         QCOMPARE(difference(code, standart()), QString());
         // Every built-in row is still there, with its own code.
-        for (const Row& row : builtInRows) {
+        for (const Row &row : builtInRows) {
             bool isExplicit = false;
             QCOMPARE(difference(lookUp(row.vid, row.pid, isExplicit), row.configuration()), QString());
             QVERIFY(isExplicit);
@@ -420,8 +424,10 @@ private slots:
                                                "headsets without a row of their own stay unbound");
         const QString notAName = QStringLiteral("HID HidDeviceDict fallbackConfiguration is not a configuration name: "
                                                 "headsets without a row of their own stay unbound");
-        QTest::newRow("misspelt") << R"({"fallbackConfiguration": "Standard"})" << unknown.arg(QStringLiteral("Standard"));
-        QTest::newRow("letter case") << R"({"fallbackConfiguration": "standart"})" << unknown.arg(QStringLiteral("standart"));
+        QTest::newRow("misspelt") << R"({"fallbackConfiguration": "Standard"})"
+                                  << unknown.arg(QStringLiteral("Standard"));
+        QTest::newRow("letter case") << R"({"fallbackConfiguration": "standart"})"
+                                     << unknown.arg(QStringLiteral("standart"));
         QTest::newRow("empty name") << R"({"fallbackConfiguration": ""})" << unknown.arg(QStringLiteral(""));
         QTest::newRow("number") << R"({"fallbackConfiguration": 1})" << notAName;
         QTest::newRow("true") << R"({"fallbackConfiguration": true})" << notAName;
@@ -564,7 +570,7 @@ private slots:
             }
             stop = true;
         });
-        for (std::thread& thread : threads)
+        for (std::thread &thread : threads)
             thread.join();
         QCOMPARE(torn.load(), 0);
         QVERIFY(lookups.load() > 0);

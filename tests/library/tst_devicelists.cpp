@@ -12,20 +12,20 @@ namespace {
 
 const QString managerFile = QStringLiteral("src/libs/qvhid/src/hiddevicemanager");
 
-QStringList list(std::initializer_list<const char*> names)
+QStringList list(std::initializer_list<const char *> names)
 {
     QStringList result;
-    for (const char* name : names)
+    for (const char *name : names)
         result.append(QString::fromLatin1(name));
     return result;
 }
 
 // The current list of `type`, read through the public operations only: the top device is
 // taken and removed until none is left, then the list is put back as it was.
-QStringList devices(HidDeviceManager& manager, int type)
+QStringList devices(HidDeviceManager &manager, int type)
 {
     QStringList result;
-    common::logger::ILogger* logger = common::logger::GetLogger();
+    common::logger::ILogger *logger = common::logger::GetLogger();
     common::logger::SetLogger(nullptr); // keep the probing out of the captured lines
     for (QString top = manager.GetTopDevice(type); !top.isEmpty(); top = manager.GetTopDevice(type)) {
         result.append(top);
@@ -48,11 +48,16 @@ private slots:
         QTest::addColumn<int>("operation");
         QTest::addColumn<QString>("function");
         QTest::addColumn<QString>("text");
-        QTest::newRow("SetDeviceList") << 0 << "SetDeviceList" << "HID MANAGER Set devices list  type is 3";
-        QTest::newRow("AddDevice") << 1 << "AddDevice" << "HID MANAGER Add device Headset A type is 3";
-        QTest::newRow("SetTopDevice") << 2 << "SetTopDevice" << "HID MANAGER Set top device Headset A type is 3";
-        QTest::newRow("RemoveDevice(type)") << 3 << "RemoveDevice" << "HID MANAGER Remove device Headset A type is 3";
-        QTest::newRow("RemoveDevice(name)") << 4 << "RemoveDevice" << "HID MANAGER Remove device Headset A";
+        QTest::newRow("SetDeviceList") << 0 << "SetDeviceList"
+                                       << "HID MANAGER Set devices list  type is 3";
+        QTest::newRow("AddDevice") << 1 << "AddDevice"
+                                   << "HID MANAGER Add device Headset A type is 3";
+        QTest::newRow("SetTopDevice") << 2 << "SetTopDevice"
+                                      << "HID MANAGER Set top device Headset A type is 3";
+        QTest::newRow("RemoveDevice(type)") << 3 << "RemoveDevice"
+                                            << "HID MANAGER Remove device Headset A type is 3";
+        QTest::newRow("RemoveDevice(name)") << 4 << "RemoveDevice"
+                                            << "HID MANAGER Remove device Headset A";
     }
 
     void everyMutationWritesItsTraceLine()
@@ -199,8 +204,9 @@ private slots:
         QVERIFY(manager.RemoveDevice(8, QStringLiteral("A")));
         CapturingLogger logger;
         QCOMPARE(manager.RemoveDevice(QStringLiteral("A")), -1);
-        QCOMPARE(logger.texts(), list({"HID MANAGER Remove device A", "HID MANAGER Remove device A type is 6",
-                                       "HID MANAGER Remove device A type is 8"}));
+        QCOMPARE(logger.texts(),
+                 list({"HID MANAGER Remove device A", "HID MANAGER Remove device A type is 6",
+                       "HID MANAGER Remove device A type is 8"}));
     }
 
     void namesAreComparedExactly()

@@ -66,9 +66,9 @@ void TestDeviceManager::declaredSignalsAndSlots()
 {
     const QMetaObject &meta = HidDeviceManager::staticMetaObject;
     QCOMPARE(declaredMethods(meta, QMetaMethod::Signal),
-             (QStringList{"clickReject()", "clickMute()", "click()", "deviceStateEntered(QString)", "deviceShow(QString)",
-                          "deviceHide()", "callMuted()", "callUnmuted()", "callIncome()", "callHold()",
-                          "callHoldMuted()", "callEnd()"}));
+             (QStringList{"clickReject()", "clickMute()", "click()", "deviceStateEntered(QString)",
+                          "deviceShow(QString)", "deviceHide()", "callMuted()", "callUnmuted()", "callIncome()",
+                          "callHold()", "callHoldMuted()", "callEnd()"}));
     QCOMPARE(declaredMethods(meta, QMetaMethod::Slot),
              (QStringList{"onActiveAudioDeviceChanged(QString)", "onCallMuted()", "onCallUnmuted()", "onCallIncome()",
                           "onCallHold()", "onCallHoldMuted()", "onCallEnd()"}));
@@ -94,12 +94,18 @@ void TestDeviceManager::callStateReportsWithoutHeadsetEndAtTheDevice_data()
 {
     QTest::addColumn<QString>("slot");
     QTest::addColumn<QString>("signal");
-    QTest::newRow("muted") << "onCallMuted" << "callMuted() x1";
-    QTest::newRow("unmuted") << "onCallUnmuted" << "callUnmuted() x1";
-    QTest::newRow("income") << "onCallIncome" << "callIncome() x1";
-    QTest::newRow("hold") << "onCallHold" << "callHold() x1";
-    QTest::newRow("hold muted") << "onCallHoldMuted" << "callHoldMuted() x1";
-    QTest::newRow("end") << "onCallEnd" << "callEnd() x1";
+    QTest::newRow("muted") << "onCallMuted"
+                           << "callMuted() x1";
+    QTest::newRow("unmuted") << "onCallUnmuted"
+                             << "callUnmuted() x1";
+    QTest::newRow("income") << "onCallIncome"
+                            << "callIncome() x1";
+    QTest::newRow("hold") << "onCallHold"
+                          << "callHold() x1";
+    QTest::newRow("hold muted") << "onCallHoldMuted"
+                                << "callHoldMuted() x1";
+    QTest::newRow("end") << "onCallEnd"
+                         << "callEnd() x1";
 }
 
 void TestDeviceManager::callStateReportsWithoutHeadsetEndAtTheDevice()

@@ -37,8 +37,8 @@ void reportWholeCall()
     manager().onCallEnd();
 }
 
-const QStringList WholeCallStates = {"state:Incoming call", "state:Talk", "state:Talk muted", "state:Talk",
-                                     "state:Hold", "state:Hold muted"};
+const QStringList WholeCallStates = {"state:Incoming call", "state:Talk", "state:Talk muted",
+                                     "state:Talk",          "state:Hold", "state:Hold muted"};
 
 QStringList entriesWithout(const QStringList &entries, const QString &prefix)
 {
@@ -108,7 +108,8 @@ void TestEndToEnd::cleanup()
 
 void TestEndToEnd::addEveryModel()
 {
-    for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset", "echoing-headset"})
+    for (const char *model :
+         {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset", "echoing-headset"})
         m_devices.append({QString::fromLatin1(model), TestHeadset::add(modelDescription(model))});
 }
 
@@ -127,13 +128,17 @@ void TestEndToEnd::bindsTheHeadsetOfTheAudioDevice_data()
     QTest::addColumn<QString>("audioDevice");
     QTest::addColumn<QString>("product");
     QTest::addColumn<QStringList>("initReports");
-    QTest::newRow("telephony headset") << "telephony-headset" << "Headset Microphone (2- Office Headset 20)"
+    QTest::newRow("telephony headset") << "telephony-headset"
+                                       << "Headset Microphone (2- Office Headset 20)"
                                        << "Office Headset 20" << QStringList{"0200"};
-    QTest::newRow("without report ids") << "telephony-headset-no-ids" << "Speakers (Office Headset 30)"
+    QTest::newRow("without report ids") << "telephony-headset-no-ids"
+                                        << "Speakers (Office Headset 30)"
                                         << "Office Headset 30" << QStringList{"00"};
-    QTest::newRow("vendor pages") << "vendor-page-headset" << "Headset Earphone (3- Link Adapter 360)"
+    QTest::newRow("vendor pages") << "vendor-page-headset"
+                                  << "Headset Earphone (3- Link Adapter 360)"
                                   << "Link Adapter 360" << QStringList{"0520", "0500"};
-    QTest::newRow("answers every write") << "echoing-headset" << "Microphone (Desk Headset 310)"
+    QTest::newRow("answers every write") << "echoing-headset"
+                                         << "Microphone (Desk Headset 310)"
                                          << "Desk Headset 310" << QStringList{"00"};
 }
 
@@ -163,18 +168,21 @@ void TestEndToEnd::wholeCallReachesTheHeadset_data()
     QTest::addColumn<QString>("audioDevice");
     QTest::addColumn<QStringList>("callReports");
     // Standard lamps: Off-Hook 01, Ring 02, Mute 04, Hold 08, Microphone 10, On-Line 20.
-    QTest::newRow("telephony headset")
-        << "telephony-headset" << "Headset Microphone (2- Office Headset 20)"
-        << QStringList{"0222", "0221", "0225", "0221", "0229", "022d", "0200"};
-    QTest::newRow("without report ids") << "telephony-headset-no-ids" << "Speakers (Office Headset 30)"
+    QTest::newRow("telephony headset") << "telephony-headset"
+                                       << "Headset Microphone (2- Office Headset 20)"
+                                       << QStringList{"0222", "0221", "0225", "0221", "0229", "022d", "0200"};
+    QTest::newRow("without report ids") << "telephony-headset-no-ids"
+                                        << "Speakers (Office Headset 30)"
                                         << QStringList{"22", "21", "25", "21", "29", "2d", "00"};
-    QTest::newRow("answers every write") << "echoing-headset" << "Microphone (Desk Headset 310)"
+    QTest::newRow("answers every write") << "echoing-headset"
+                                         << "Microphone (Desk Headset 310)"
                                          << QStringList{"22", "21", "25", "21", "29", "2d", "00"};
     const QStringList talk = {"0523", "0523", "0521", "0529", "0528", "0523", "0523", "0521"};
     QTest::newRow("vendor pages, commands of several steps")
-        << "vendor-page-headset" << "Headset Earphone (3- Link Adapter 360)"
-        << (QStringList{"0502", "0522"} + talk + QStringList{"0531"} + talk +
-            QStringList{"0529", "0528", "0538", "0520", "0500"});
+        << "vendor-page-headset"
+        << "Headset Earphone (3- Link Adapter 360)"
+        << (QStringList{"0502", "0522"} + talk + QStringList{"0531"} + talk
+            + QStringList{"0529", "0528", "0538", "0520", "0500"});
 }
 
 void TestEndToEnd::wholeCallReachesTheHeadset()

@@ -39,7 +39,7 @@ void TestExitWhileBound::exitEndsTheBindingCleanly()
     const int bound = lines.indexOf(QStringLiteral("State: Initial headset state entered"));
     QVERIFY(bound > 0);
     QVERIFY(lines.contains(QStringLiteral("exiting")));
-    for (const char* end : {"~HidReaderBase", "~HidDecoderBase", "~ReaderThread"}) {
+    for (const char *end : {"~HidReaderBase", "~HidDecoderBase", "~ReaderThread"}) {
         QVERIFY2(lines.count(QString::fromLatin1(end)) == 1, end);
         QVERIFY2(lines.indexOf(QString::fromLatin1(end)) > bound, end);
     }

@@ -72,8 +72,9 @@ void TestFallbackBinding::withoutTheKeyAnUnlistedHeadsetIsNotBound()
     HidDevice device(nullptr);
     QVERIFY(!device.chooseAudioDevice(QStringLiteral("Headset Microphone (Office Headset 20)")));
     QVERIFY(device.getInfo().path.isEmpty());
-    QCOMPARE(device.getChoice().rule, QStringLiteral("no sound card; product string \"Office Headset 20\": no HID "
-                                                     "interface with it is listed in the dictionary"));
+    QCOMPARE(device.getChoice().rule,
+             QStringLiteral("no sound card; product string \"Office Headset 20\": no HID "
+                            "interface with it is listed in the dictionary"));
     QCOMPARE(fallbackLines(logger), QStringList());
     QCOMPARE(headset.counters().opens, 0ul);
 }
@@ -92,10 +93,11 @@ void TestFallbackBinding::standardTelephonyHeadsetIsBoundWithTheFallback()
              QStringLiteral("no sound card; product string \"Office Headset 20\", interface 3, the call-control "
                             "collection 0x000B/0x0005 of the fallback configuration \"Standart\" (its ids have no row "
                             "of their own)"));
-    QCOMPARE(fallbackLines(logger),
-             QStringList{QStringLiteral("HID DEVICE %1 (0x1209:0x9999) has no row of its own; its report descriptor has "
-                                        "the collection 0x000B/0x0005: bound through the fallback configuration Standart")
-                             .arg(pathOf(headset))});
+    QCOMPARE(
+        fallbackLines(logger),
+        QStringList{QStringLiteral("HID DEVICE %1 (0x1209:0x9999) has no row of its own; its report descriptor has "
+                                   "the collection 0x000B/0x0005: bound through the fallback configuration Standart")
+                        .arg(pathOf(headset))});
     const CapturedLine line = logger.linesFrom(QStringLiteral("findDevice")).at(0);
     QCOMPARE(line.file, QStringLiteral("src/libs/qvhid/src/hiddevice"));
     QCOMPARE(line.level, 7);
@@ -125,7 +127,8 @@ void TestFallbackBinding::vendorPageHeadsetIsNotBound()
     HidDevice device(nullptr);
     QVERIFY(!device.chooseAudioDevice(QStringLiteral("Link Adapter 360")));
     const QString refusal = QStringLiteral("%1 (0x1209:0x9999) has no row of its own and its report descriptor has no "
-                                           "collection 0x000B/0x0005").arg(pathOf(headset));
+                                           "collection 0x000B/0x0005")
+                                .arg(pathOf(headset));
     QCOMPARE(fallbackLines(logger),
              QStringList{"HID DEVICE " + refusal + ": the fallback configuration Standart does not bind it"});
     QCOMPARE(device.getChoice().rule,
@@ -202,8 +205,9 @@ void TestFallbackBinding::anExplicitRowWinsOverTheFallback()
     HidDevice device(nullptr);
     QVERIFY(device.chooseAudioDevice(QStringLiteral("Office Headset 20")));
     QCOMPARE(device.getInfo().path, pathOf(listed));
-    QCOMPARE(device.getChoice().rule, QStringLiteral("no sound card; product string \"Office Headset 20\", interface 3, "
-                                                     "the configuration's call-control collection"));
+    QCOMPARE(device.getChoice().rule,
+             QStringLiteral("no sound card; product string \"Office Headset 20\", interface 3, "
+                            "the configuration's call-control collection"));
     // The unlisted one was not even looked into.
     QCOMPARE(fallbackLines(logger), QStringList());
     QCOMPARE(first.counters().opens, 0ul);
@@ -220,7 +224,8 @@ void TestFallbackBinding::aVendorWideRowBindsNothingByItself()
     QVERIFY(!device.chooseAudioDevice(QStringLiteral("Office Headset 20")));
 
     // With the fallback it is bound, with the fallback's configuration, not the vendor's.
-    hid::HidDeviceDict::init(QStringLiteral(R"({"fallbackConfiguration": "Standart",)") + vendorWide + QLatin1Char('}'));
+    hid::HidDeviceDict::init(QStringLiteral(R"({"fallbackConfiguration": "Standart",)") + vendorWide
+                             + QLatin1Char('}'));
     QVERIFY(device.chooseAudioDevice(QStringLiteral("Office Headset 20")));
     QCOMPARE(device.getInfo().path, pathOf(headset));
     QVERIFY(!device.getInfo().code.longDelay);

@@ -93,10 +93,10 @@ QStringList loggedAfter(const CapturingLogger &log, const QString &after)
 }
 
 // The call states of a whole call, each a slot of the manager.
-const QList<void (HidDeviceManager::*)()> WholeCall = {&HidDeviceManager::onCallIncome,   &HidDeviceManager::onCallUnmuted,
-                                                       &HidDeviceManager::onCallMuted,    &HidDeviceManager::onCallUnmuted,
-                                                       &HidDeviceManager::onCallHold,     &HidDeviceManager::onCallUnmuted,
-                                                       &HidDeviceManager::onCallEnd};
+const QList<void (HidDeviceManager::*)()> WholeCall = {
+    &HidDeviceManager::onCallIncome,  &HidDeviceManager::onCallUnmuted, &HidDeviceManager::onCallMuted,
+    &HidDeviceManager::onCallUnmuted, &HidDeviceManager::onCallHold,    &HidDeviceManager::onCallUnmuted,
+    &HidDeviceManager::onCallEnd};
 const QStringList WholeCallStates = {"state:Incoming call", "state:Talk", "state:Talk muted", "state:Talk",
                                      "state:Hold",          "state:Talk", "state:Initial"};
 
@@ -205,7 +205,8 @@ void TestFaults::unreadableDescriptorDecodesNothing()
     QVERIFY(!events.entries().contains(QStringLiteral("mute")));
     QVERIFY(writtenHex(headset).isEmpty());
     // Without a descriptor no command can be built; the presses are read and mean nothing.
-    QVERIFY(logged(*m_log, Error, ReaderFile, "writeCommand", QStringLiteral("HID READER onInit: command build failed")));
+    QVERIFY(
+        logged(*m_log, Error, ReaderFile, "writeCommand", QStringLiteral("HID READER onInit: command build failed")));
     QVERIFY(logged(*m_log, Error, ReaderFile, "writeCommand",
                    QStringLiteral("HID READER onCallIncome: command build failed")));
     QVERIFY(logged(*m_log, Debug, ReaderFile, "onHIDDataRead",
@@ -257,7 +258,8 @@ void TestFaults::unplugDuringABurstAndReplugUnderANewPath()
     // the binding is withdrawn, once.
     QTRY_VERIFY(events.since(bound).endsWith(QStringLiteral("hide")));
     QCOMPARE(events.since(bound).count(QStringLiteral("hide")), 1);
-    QVERIFY(logged(*m_log, Error, ReaderFile, "onHIDEventTimeout", QStringLiteral("HID READER Device gone: device disconnected")));
+    QVERIFY(logged(*m_log, Error, ReaderFile, "onHIDEventTimeout",
+                   QStringLiteral("HID READER Device gone: device disconnected")));
     const int withdrawn = events.size();
     manager().onCallIncome(); // the application goes on, and ends the call
     manager().onCallEnd();
@@ -307,7 +309,8 @@ void TestFaults::unplugDuringAWriteAndReplugUnderTheSamePath()
     headset.setResponder({});
     headset.clearWrittenReports();
     nodes.replug(headset);
-    QTRY_COMPARE(events.since(bound + 2), (QStringList{"show:Link Adapter 360", "state:Initial", "state:Incoming call"}));
+    QTRY_COMPARE(events.since(bound + 2),
+                 (QStringList{"show:Link Adapter 360", "state:Initial", "state:Incoming call"}));
     const QStringList initReports = {"0520", "0500"};
     QTRY_COMPARE(writtenHex(headset), initReports + reference.mid(0, 2));
     headset.clearWrittenReports();
@@ -342,10 +345,12 @@ void TestFaults::unplugDuringAReadBack()
     QTRY_COMPARE(events.since(bound), (QStringList{"state:Incoming call", "hide"}));
     // The answers read before the plug was pulled were logged and discarded; the read-back
     // ended at the failed read, and the state was entered before the reader found the headset gone.
-    const QStringList afterWrite = loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [00 22 ]  result is 2"));
+    const QStringList afterWrite =
+        loggedAfter(*m_log, QStringLiteral("HID READER onCallIncome WRITED: [00 22 ]  result is 2"));
     const int answersRead = afterWrite.indexOf(QStringLiteral("State: Incoming call headset state entered"));
     QVERIFY2(answersRead > 0 && answersRead < 200, qPrintable(QString::number(answersRead)));
-    QCOMPARE(afterWrite.mid(0, answersRead).count(QStringLiteral("HID READER onCallIncome READED: [00 00 ]")), answersRead);
+    QCOMPARE(afterWrite.mid(0, answersRead).count(QStringLiteral("HID READER onCallIncome READED: [00 00 ]")),
+             answersRead);
     QVERIFY(!afterWrite.contains(QStringLiteral("HID READER event readed")));
     QVERIFY(afterWrite.contains(QStringLiteral("HID READER Device gone: device disconnected")));
 }
@@ -415,7 +420,8 @@ void TestFaults::floodThenQuietLosesNoCallState()
     // answer read back after a write, and none made a gesture.
     const QStringList texts = m_log->texts();
     const auto countEnding = [&texts](const QString &suffix) {
-        return int(std::count_if(texts.cbegin(), texts.cend(), [&suffix](const QString &text) { return text.endsWith(suffix); }));
+        return int(std::count_if(texts.cbegin(), texts.cend(),
+                                 [&suffix](const QString &text) { return text.endsWith(suffix); }));
     };
     QCOMPARE(texts.count(QStringLiteral("HID READER first click type is -1 [01 00 00 ] : 3"))
                  + texts.count(QStringLiteral("HID READER next click type is -1 [01 00 00 ] : 3"))
@@ -437,9 +443,9 @@ void TestFaults::unknownReportIdsAndShortReportsAreIgnored()
     events.watch(&manager());
     QVERIFY(bind(events));
     const int before = events.size();
-    headset.inject({0x07, 0xFF});       // a report id the descriptor does not declare
-    headset.inject({0x01});             // the input report, without its data
-    headset.inject({});                 // nothing at all
+    headset.inject({0x07, 0xFF});                // a report id the descriptor does not declare
+    headset.inject({0x01});                      // the input report, without its data
+    headset.inject({});                          // nothing at all
     headset.inject(hid::virt::Bytes(300, 0xFF)); // longer than any report
     QTest::qWait(400);
     QCOMPARE(events.since(before), QStringList());
@@ -448,7 +454,7 @@ void TestFaults::unknownReportIdsAndShortReportsAreIgnored()
     const QStringList texts = m_log->texts();
     const auto readAsNothing = [&texts](const QString &report) {
         return texts.contains(QStringLiteral("HID READER first click type is -1 ") + report)
-               || texts.contains(QStringLiteral("HID READER next click type is -1 ") + report);
+            || texts.contains(QStringLiteral("HID READER next click type is -1 ") + report);
     };
     QVERIFY(readAsNothing(QStringLiteral("[07 ff ] : 2")));
     QVERIFY(readAsNothing(QStringLiteral("[01 ] : 1")));
@@ -484,8 +490,8 @@ void TestFaults::hugeNestedAndMistypedDictionaries()
 {
     QElapsedTimer clock;
     clock.start();
-    const QString huge = QStringLiteral("{\"devices\": [") + QStringLiteral("{\"vid\": \"0x1209\", \"pid\": \"0x0001\"},").repeated(100000)
-                         + QStringLiteral("{}]}");
+    const QString huge = QStringLiteral("{\"devices\": [")
+        + QStringLiteral("{\"vid\": \"0x1209\", \"pid\": \"0x0001\"},").repeated(100000) + QStringLiteral("{}]}");
     const QString deep = QStringLiteral("[").repeated(100000) + QStringLiteral("]").repeated(100000);
     const QString mistyped = QStringLiteral(R"({"configurations": [1, 2], "devices": {"vid": 4617},
                                                 "x": [{"configurations": {"C": {"cmdRing": {"a": [[[]]]}}}}]})");
@@ -538,7 +544,8 @@ void TestFaults::hugeAndOddAudioDeviceNames()
     QVERIFY2(clock.elapsed() < 30000, qPrintable(QString::number(clock.elapsed())));
     // Each name is logged whole.
     for (const QString &name : names)
-        QVERIFY(logged(*m_log, Debug, QStringLiteral("src/libs/qvhid/src/hiddevicemanager"), "onActiveAudioDeviceChanged",
+        QVERIFY(logged(*m_log, Debug, QStringLiteral("src/libs/qvhid/src/hiddevicemanager"),
+                       "onActiveAudioDeviceChanged",
                        QStringLiteral("HID MANAGER Active audio device changed to ") + name));
     // Only the name that ends in the product string bound the headset; the library answers as usual.
     QCOMPARE(events.entries().count(QStringLiteral("show:Office Headset 20")), 1);

@@ -10,12 +10,12 @@ using hid::HidCommand;
 
 namespace {
 
-QJsonValue text(const char* value)
+QJsonValue text(const char *value)
 {
     return QJsonValue(QString::fromLatin1(value));
 }
 
-QJsonObject object(const char* json)
+QJsonObject object(const char *json)
 {
     const QJsonDocument document = QJsonDocument::fromJson(QByteArray(json));
     Q_ASSERT(document.isObject());
@@ -30,7 +30,7 @@ const HidCommand stdHold{{0x17, 0x20, 0x2A}};
 const HidCommand stdHoldMuted{{0x17, 0x09, 0x20, 0x2A}};
 const HidCommand stdFromTalkToRing{{0x17, 0x18, 0x2A}};
 
-HidCommand twice(const HidCommand& command)
+HidCommand twice(const HidCommand &command)
 {
     HidCommand result = command;
     result.insert(result.end(), command.begin(), command.end());
@@ -215,8 +215,7 @@ private slots:
             << QByteArray(R"({"cmdRing": [["HOOK", "LAMP", "ONLINE"]]})") << HidCommand{{0x17, 0x2A}};
         QTest::newRow("step of only an unknown word is an empty step")
             << QByteArray(R"({"cmdRing": [["LAMP"]]})") << HidCommand{{}};
-        QTest::newRow("zero is dropped") << QByteArray(R"({"cmdRing": [["0", "RING", "0x0"]]})")
-                                         << HidCommand{{0x18}};
+        QTest::newRow("zero is dropped") << QByteArray(R"({"cmdRing": [["0", "RING", "0x0"]]})") << HidCommand{{0x18}};
         QTest::newRow("empty array: no steps") << QByteArray(R"({"cmdRing": []})") << HidCommand{};
         QTest::newRow("string value: no steps") << QByteArray(R"({"cmdRing": "RING"})") << HidCommand{};
         QTest::newRow("null value: no steps") << QByteArray(R"({"cmdRing": null})") << HidCommand{};
@@ -226,8 +225,8 @@ private slots:
             << HidCommand{{}, {0x18, 0x2A}, {}, {}, {0x21, 0x20}};
         QTest::newRow("non-string usages dropped")
             << QByteArray(R"({"cmdRing": [[24, "RING", true, ["HOOK"]]]})") << HidCommand{{0x18}};
-        QTest::newRow("usage order kept") << QByteArray(R"({"cmdRing": [["ONLINE", "MUTE", "HOOK"]]})")
-                                          << HidCommand{{0x2A, 0x09, 0x17}};
+        QTest::newRow("usage order kept")
+            << QByteArray(R"({"cmdRing": [["ONLINE", "MUTE", "HOOK"]]})") << HidCommand{{0x2A, 0x09, 0x17}};
     }
 
     void getCmd()

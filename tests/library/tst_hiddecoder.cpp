@@ -40,29 +40,26 @@ hid::virt::DeviceDescription handWritten(const char *hex)
 }
 
 // Telephony Headset collection whose inputs are Phone and the vendor reject usage 0xFFFD.
-const char *const rejectUsagesDescriptor =
-    "050b0905a101 150025017501 0901 0afdff 9502 8102 95068103 c0";
+const char *const rejectUsagesDescriptor = "050b0905a101 150025017501 0901 0afdff 9502 8102 95068103 c0";
 
 // Telephony Headset collection: Hook Switch in report 1; lamps Ring, Ring again and Off-Hook in
 // report 2 and On-Line in report 3; then a second top-level collection with its own lamp.
-const char *const twoOutputReportsDescriptor =
-    "050b0905a101"
-    "8501 0920 150025017501 9501 8122 95078103"
-    "8502 0508 0918 0918 0917 9503 9102 95059103"
-    "8503 092a 9501 9102 95079103"
-    "c0"
-    "050b0906a101"                      // Telephony Handset
-    "8504 0508 0917 9501 9102 95079103"
-    "c0";
+const char *const twoOutputReportsDescriptor = "050b0905a101"
+                                               "8501 0920 150025017501 9501 8122 95078103"
+                                               "8502 0508 0918 0918 0917 9503 9102 95059103"
+                                               "8503 092a 9501 9102 95079103"
+                                               "c0"
+                                               "050b0906a101" // Telephony Handset
+                                               "8504 0508 0917 9501 9102 95079103"
+                                               "c0";
 
 // Telephony Headset with Hook Switch and Phone Mute inputs, the Mute lamp listed directly in
 // it, and Off-Hook and Ring lamps in a nested collection; no report ids.
-const char *const nestedLampsDescriptor =
-    "050b0905a101"
-    "0920 150025017501 9501 8122 092f 8106 95068103"
-    "0907 a102 0508 0917 0918 9502 9102 95069103 c0"
-    "0909 9501 9102 95079103"
-    "c0";
+const char *const nestedLampsDescriptor = "050b0905a101"
+                                          "0920 150025017501 9501 8122 092f 8106 95068103"
+                                          "0907 a102 0508 0917 0918 9502 9102 95069103 c0"
+                                          "0909 9501 9102 95079103"
+                                          "c0";
 
 HidCode codeWithEmptyReportGesture(ClickType gesture)
 {
@@ -75,7 +72,8 @@ HidCode codeWithEmptyReportGesture(ClickType gesture)
 class DecoderOn
 {
 public:
-    DecoderOn(const hid::virt::DeviceDescription &description, const HidCode &code, const hid::virt::Faults &faults = {})
+    DecoderOn(const hid::virt::DeviceDescription &description, const HidCode &code,
+              const hid::virt::Faults &faults = {})
         : device(VirtualDevice::add(description))
     {
         device.setFaults(faults);
@@ -211,7 +209,7 @@ void TestHidDecoder::reportWithNothingReportedGivesTheModelsEmptyGesture()
 void TestHidDecoder::reportOfOtherPagesOnlyGivesNone()
 {
     DecoderOn consumer(modelDescription("consumer-first-headset", 0), codeWithEmptyReportGesture(hid::CLICK));
-    QCOMPARE(consumer.gesture("01"), hid::NONE); // Volume Increment: Consumer page, not Telephony
+    QCOMPARE(consumer.gesture("01"), hid::NONE);  // Volume Increment: Consumer page, not Telephony
     QCOMPARE(consumer.gesture("01"), hid::CLICK); // held: nothing reported
 }
 

@@ -58,7 +58,8 @@ public:
             info.vendor_id = m_records[i].vendorId;
             info.product_id = m_records[i].productId;
             info.release_number = m_records[i].releaseNumber;
-            info.product_string = m_records[i].hasProduct ? const_cast<wchar_t *>(m_records[i].product.c_str()) : nullptr;
+            info.product_string =
+                m_records[i].hasProduct ? const_cast<wchar_t *>(m_records[i].product.c_str()) : nullptr;
             info.usage_page = m_records[i].usagePage;
             info.usage = m_records[i].usage;
             info.next = i + 1 < m_records.size() ? &m_infos[i + 1] : nullptr;
@@ -217,15 +218,21 @@ void TestHidDevice::parentNameOfAudioDeviceNames_data()
     QTest::newRow("indexed endpoint") << EndpointOfHeadset20 << OfficeHeadset20;
     QTest::newRow("plain group") << "Headset Microphone (Office Headset 20)" << OfficeHeadset20;
     QTest::newRow("no group: whole name") << "Office Headset 20" << OfficeHeadset20;
-    QTest::newRow("no group: untrimmed") << "  Office Headset 20 " << "  Office Headset 20 ";
-    QTest::newRow("index without name") << "Line (3-)" << "3-";
+    QTest::newRow("no group: untrimmed") << "  Office Headset 20 "
+                                         << "  Office Headset 20 ";
+    QTest::newRow("index without name") << "Line (3-)"
+                                        << "3-";
     QTest::newRow("long index, no blank") << "Speakers (12-Office Headset 20 )" << OfficeHeadset20;
     QTest::newRow("hyphen without index") << "Speakers (-Office Headset 20)" << OfficeHeadset20;
-    QTest::newRow("hyphen inside the name") << "Speakers (Office-Headset)" << "Office-Headset";
+    QTest::newRow("hyphen inside the name") << "Speakers (Office-Headset)"
+                                            << "Office-Headset";
     QTest::newRow("last group counts") << "Mic (Array) (2- Office Headset 20)" << OfficeHeadset20;
-    QTest::newRow("group not at the end") << "Mic (Office Headset 20) rear" << "Mic (Office Headset 20) rear";
-    QTest::newRow("empty group") << "Mic ()" << "Mic ()";
-    QTest::newRow("empty") << "" << "";
+    QTest::newRow("group not at the end") << "Mic (Office Headset 20) rear"
+                                          << "Mic (Office Headset 20) rear";
+    QTest::newRow("empty group") << "Mic ()"
+                                 << "Mic ()";
+    QTest::newRow("empty") << ""
+                           << "";
 }
 
 void TestHidDevice::parentNameOfAudioDeviceNames()
@@ -292,7 +299,8 @@ void TestHidDevice::platformFunctions()
 
     // Narrowed, not converted: only the low 8 bits of each character are kept.
     devices.clear();
-    QVERIFY(hid::findHidDevicesByBaseContainerId(std::wstring{wchar_t(0x0141), wchar_t(0x00E9), wchar_t(0x1F3A7)}, devices));
+    QVERIFY(hid::findHidDevicesByBaseContainerId(std::wstring{wchar_t(0x0141), wchar_t(0x00E9), wchar_t(0x1F3A7)},
+                                                 devices));
     QCOMPARE(devices.front(), (std::string{char(0x41), char(0xE9), char(0xA7)}));
 }
 
@@ -358,7 +366,8 @@ void TestHidDevice::vendorWideRowNeverChooses()
                       {"/dev/hidraw1", 0x1209, 0x0001, 0x0100, L"Bench Headset", true, 0x0B, 0x05}});
     CapturingLogger logger;
     QVERIFY(!device.findDevice(list.head(), OfficeHeadset20));
-    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Get codes for device (2830, 781): 11 5 11 8 explicit: 0")));
+    QVERIFY(
+        logger.texts().contains(QStringLiteral("HID DEVICE Get codes for device (2830, 781): 11 5 11 8 explicit: 0")));
     verifyUnchosen(device.getInfo());
 
     QVERIFY(device.findDevice(list.head(), QStringLiteral("Bench Headset")));
@@ -389,15 +398,17 @@ void TestHidDevice::wideProductStringsAndUtf8Paths()
 {
     // Characters outside the Basic Multilingual Plane arrive as one UCS-4 unit each.
     const std::wstring product = L"Casque d\u2019\u00e9coute \U0001F3A7";
-    const QString productText = QString::fromUtf8("Casque d\xe2\x80\x99\xc3\xa9""coute \xf0\x9f\x8e\xa7");
+    const QString productText = QString::fromUtf8("Casque d\xe2\x80\x99\xc3\xa9"
+                                                  "coute \xf0\x9f\x8e\xa7");
     Enumeration list({{"/dev/hid-\xc3\xa9", 0x0B0E, 0x030D, 0x0100, product, true, 0x0B, 0x05}});
     CapturingLogger logger;
     HidDevice device(nullptr);
     QVERIFY(device.findDevice(list.head(), productText));
     QCOMPARE(device.getInfo().name, productText);
     QCOMPARE(device.getInfo().path, QString::fromUtf8("/dev/hid-\xc3\xa9"));
-    QCOMPARE(logger.texts().at(1), QStringLiteral("HID DEVICE Device [") + productText +
-                                       QStringLiteral("] (vid, pid, hid page, hid usage): (2830, 781, 11, 5)"));
+    QCOMPARE(logger.texts().at(1),
+             QStringLiteral("HID DEVICE Device [") + productText
+                 + QStringLiteral("] (vid, pid, hid page, hid usage): (2830, 781, 11, 5)"));
 }
 
 void TestHidDevice::chooseDeviceOverTheEnumeration()
@@ -461,7 +472,8 @@ void TestHidDevice::callControlInterfaceWinsOverEnumerationOrder()
     QCOMPARE(device.getChoice().interfaceNumber, 3);
     QCOMPARE(device.getChoice().usagePage, 0x0B);
     QCOMPARE(device.getChoice().usage, 0x05);
-    QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Device found vid, pid, hid page, hid usage: 2830, 9310, 11, 5")));
+    QVERIFY(logger.texts().contains(
+        QStringLiteral("HID DEVICE Device found vid, pid, hid page, hid usage: 2830, 9310, 11, 5")));
 }
 
 void TestHidDevice::enumerationOrderDecidesAmongEquals()
@@ -494,9 +506,10 @@ void TestHidDevice::enumerationOrderDecidesAmongEquals()
 void TestHidDevice::declaredSignalsAndSlots()
 {
     const QMetaObject &meta = HidDevice::staticMetaObject;
-    QCOMPARE(declaredMethods(meta, QMetaMethod::Signal),
-             (QStringList{"click()", "clickMute()", "clickReject()", "show(QString)", "hide()", "stateChanged(QString)",
-                          "callMuted()", "callUnmuted()", "callIncome()", "callHold()", "callHoldMuted()", "callEnd()"}));
+    QCOMPARE(
+        declaredMethods(meta, QMetaMethod::Signal),
+        (QStringList{"click()", "clickMute()", "clickReject()", "show(QString)", "hide()", "stateChanged(QString)",
+                     "callMuted()", "callUnmuted()", "callIncome()", "callHold()", "callHoldMuted()", "callEnd()"}));
     QCOMPARE(declaredMethods(meta, QMetaMethod::Slot),
              (QStringList{"onCallMuted()", "onCallUnmuted()", "onCallIncome()", "onCallHold()", "onCallHoldMuted()",
                           "onCallEnd()", "onReaderFinished()", "(not public)"}));
@@ -505,8 +518,8 @@ void TestHidDevice::declaredSignalsAndSlots()
 void TestHidDevice::callStateSlotsRelayTheirSignal()
 {
     const QList<QPair<const char *, QString>> relays = {
-        {"onCallMuted", "callMuted() x1"},     {"onCallUnmuted", "callUnmuted() x1"},
-        {"onCallIncome", "callIncome() x1"},   {"onCallHold", "callHold() x1"},
+        {"onCallMuted", "callMuted() x1"},         {"onCallUnmuted", "callUnmuted() x1"},
+        {"onCallIncome", "callIncome() x1"},       {"onCallHold", "callHold() x1"},
         {"onCallHoldMuted", "callHoldMuted() x1"}, {"onCallEnd", "callEnd() x1"},
     };
     for (const auto &relay : relays) {
@@ -667,8 +680,8 @@ void TestHidDevice::lateNoticeOfAReplacedReaderIsIgnored()
     QVERIFY(logger.texts().contains(failure));
 
     QVERIFY(device.reset(QStringLiteral("Desk Headset 310")));
-    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "hide", "show:Desk Headset 310",
-                                                "state:Initial"}));
+    QTRY_COMPARE(events.entries(),
+                 (QStringList{"hide", "show:Office Headset 20", "hide", "show:Desk Headset 310", "state:Initial"}));
     QTest::qWait(50);
     QCOMPARE(events.size(), 5);
     QVERIFY(device.getReaderThread());
@@ -738,7 +751,8 @@ void TestHidDevice::withdrawnBindingSendsNothingMore()
         const bool toOffice = i % 2 == 0;
         VirtualDevice &headset = toOffice ? office : desk;
         device.reset(toOffice ? EndpointOfHeadset20 : QStringLiteral("Microphone (Desk Headset 310)"));
-        expected << QStringLiteral("hide") << QStringLiteral("show:") + QString::fromStdWString(headset.description().product)
+        expected << QStringLiteral("hide")
+                 << QStringLiteral("show:") + QString::fromStdWString(headset.description().product)
                  << QStringLiteral("state:Initial");
         QTRY_COMPARE(events.entries(), expected);
         device.onCallIncome();
@@ -792,7 +806,8 @@ void TestHidDevice::headsetPluggedInAfterItsNameWasReported()
     QCOMPARE(rig.events.entries(), QStringList{"hide"});
     rig.device.onCallIncome();
     rig.headset = rig.nodes.add(modelDescription("telephony-headset"));
-    QTRY_COMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
+    QTRY_COMPARE(rig.events.entries(),
+                 (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
     QCOMPARE(writtenHex(rig.headset), (QStringList{"0200", "0222"}));
     QCOMPARE(rig.device.getName(), EndpointOfHeadset20);
     // Another headset plugged in now changes nothing: the binding has its headset.
@@ -844,7 +859,8 @@ void TestHidDevice::headsetWhoseNodeIsNotThereYetIsLeftForTheNextEvent()
     VirtualDevice headset = VirtualDevice::add(description);
     QFile other(directory + QStringLiteral("/hidraw901"));
     QVERIFY(other.open(QIODevice::WriteOnly)); // another node: a plug event
-    const QString waiting = QStringLiteral("HID DEVICE ") + pathOf(headset) + QStringLiteral(" cannot be opened yet; waiting");
+    const QString waiting =
+        QStringLiteral("HID DEVICE ") + pathOf(headset) + QStringLiteral(" cannot be opened yet; waiting");
     QTRY_VERIFY(rig.logger.texts().contains(waiting));
     QCOMPARE(rig.events.entries(), QStringList{"hide"});
     QCOMPARE(headset.counters().opens, 0ul);
@@ -868,8 +884,9 @@ void TestHidDevice::directoryThatCannotBeWatchedIsLogged()
     QVERIFY(!device.reset(EndpointOfHeadset20));
     const QList<CapturedLine> lines = logger.linesFrom(QStringLiteral("HidNodeWatcher"));
     QCOMPARE(lines.size(), 1);
-    QCOMPARE(lines[0].text, QStringLiteral("HID DEVICE Cannot watch /nonexistent-qvhid-devices for headsets being plugged "
-                                           "in: No such file or directory"));
+    QCOMPARE(lines[0].text,
+             QStringLiteral("HID DEVICE Cannot watch /nonexistent-qvhid-devices for headsets being plugged "
+                            "in: No such file or directory"));
     QCOMPARE(lines[0].level, 3);
     QCOMPARE(lines[0].file, QStringLiteral("src/libs/qvhid/src/platform/hidnodewatcher"));
     QVERIFY(logger.texts().contains(QStringLiteral("HID DEVICE Waiting for a headset for ") + EndpointOfHeadset20));

@@ -108,18 +108,20 @@ public:
     // Runs `work` on the reader's thread and waits for it. The hand-back goes through a
     // standard mutex rather than Qt's blocking connection, whose semaphore ThreadSanitizer
     // cannot see into.
-    template<typename Work>
-    void onReaderThread(Work work)
+    template<typename Work> void onReaderThread(Work work)
     {
         std::mutex mutex;
         std::condition_variable doneChanged;
         bool done = false;
-        QMetaObject::invokeMethod(reader, [&] {
-            work();
-            std::lock_guard<std::mutex> lock(mutex);
-            done = true;
-            doneChanged.notify_one();
-        }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            reader,
+            [&] {
+                work();
+                std::lock_guard<std::mutex> lock(mutex);
+                done = true;
+                doneChanged.notify_one();
+            },
+            Qt::QueuedConnection);
         std::unique_lock<std::mutex> lock(mutex);
         doneChanged.wait(lock, [&] { return done; });
     }
@@ -258,15 +260,15 @@ void TestHidReader::wholeCallThroughTheReader()
     for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallMuted", "onCallUnmuted", "onCallHold",
                              "onCallHoldMuted", "onCallEnd"})
         rig.call(slot);
-    const QStringList expected = startUp + QStringList{
-        "write:0222", "state:Incoming call", // Ring, On-Line
-        "write:0221", "state:Talk",          // Off-Hook, On-Line
-        "write:0225", "state:Talk muted",    // Off-Hook, Mute, On-Line
-        "write:0221", "state:Talk",
-        "write:0229", "state:Hold",          // Off-Hook, Hold, On-Line
-        "write:022d", "state:Hold muted",    // Off-Hook, Mute, Hold, On-Line
-        "write:0200",                        // ended in Hold muted: lamps off, state kept
-    };
+    const QStringList expected = startUp
+        + QStringList{
+            "write:0222", "state:Incoming call",                             // Ring, On-Line
+            "write:0221", "state:Talk",                                      // Off-Hook, On-Line
+            "write:0225", "state:Talk muted",                                // Off-Hook, Mute, On-Line
+            "write:0221", "state:Talk",          "write:0229", "state:Hold", // Off-Hook, Hold, On-Line
+            "write:022d", "state:Hold muted",                                // Off-Hook, Mute, Hold, On-Line
+            "write:0200", // ended in Hold muted: lamps off, state kept
+        };
     QTRY_COMPARE(rig.timeline.entries(), expected);
     QStringList entries;
     for (const CapturedLine &line : logger.lines()) {
@@ -277,9 +279,12 @@ void TestHidReader::wholeCallThroughTheReader()
         }
     }
     const QStringList stateLines = {
-        "State: Initial headset state entered",      "State: Incoming call headset state entered",
-        "State: Talk headset state entered",         "State: Talk muted headset state entered",
-        "State: Talk headset state entered",         "State: Call on hold headset state entered",
+        "State: Initial headset state entered",
+        "State: Incoming call headset state entered",
+        "State: Talk headset state entered",
+        "State: Talk muted headset state entered",
+        "State: Talk headset state entered",
+        "State: Call on hold headset state entered",
         "State: Call on hold muted headset state entered",
     };
     QCOMPARE(entries, stateLines);
@@ -322,8 +327,9 @@ void TestHidReader::signalsWithoutTransitionsDoNothing()
     rig.call("onCallHold");
     rig.call("onCallHold"); // the current state's own signal
     rig.call("onCallIncome");
-    QTRY_COMPARE(rig.timeline.since(2), (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Talk",
-                                                     "write:0229", "state:Hold", "write:0222", "state:Incoming call"}));
+    QTRY_COMPARE(rig.timeline.since(2),
+                 (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Talk", "write:0229",
+                              "state:Hold", "write:0222", "state:Incoming call"}));
     QTest::qWait(100);
     QCOMPARE(rig.timeline.size(), 10);
 }
@@ -336,13 +342,12 @@ void TestHidReader::ringFromTalkUsesItsOwnCommand()
         for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallIncome", "onCallMuted", "onCallIncome",
                                  "onCallHold", "onCallIncome"})
             rig.call(slot);
-        QTRY_COMPARE(rig.timeline.since(2),
-                     (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Talk",
-                                  "write:0223", "state:Incoming call", // from Talk: Off-Hook, Ring, On-Line
-                                  "write:0225", "state:Talk muted",
-                                  "write:0223", "state:Incoming call", // from Talk muted
-                                  "write:0229", "state:Hold",
-                                  "write:0222", "state:Incoming call"})); // from Hold: cmdRing
+        QTRY_COMPARE(
+            rig.timeline.since(2),
+            (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Talk", "write:0223",
+                         "state:Incoming call", // from Talk: Off-Hook, Ring, On-Line
+                         "write:0225", "state:Talk muted", "write:0223", "state:Incoming call", // from Talk muted
+                         "write:0229", "state:Hold", "write:0222", "state:Incoming call"}));    // from Hold: cmdRing
     }
     HidCode noFromTalk = dictionaryCode(0x0B0E, 0x030D);
     noFromTalk.cmdFromTalkToRing.clear();
@@ -350,8 +355,9 @@ void TestHidReader::ringFromTalkUsesItsOwnCommand()
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallIncome", "onCallUnmuted", "onCallIncome"})
         rig.call(slot);
-    QTRY_COMPARE(rig.timeline.since(2), (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Talk",
-                                                     "write:0222", "state:Incoming call"}));
+    QTRY_COMPARE(rig.timeline.since(2),
+                 (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Talk", "write:0222",
+                              "state:Incoming call"}));
 }
 
 void TestHidReader::emptyHoldCommandsFallBack()
@@ -363,9 +369,9 @@ void TestHidReader::emptyHoldCommandsFallBack()
     QTRY_COMPARE(rig.timeline.entries(), startUp);
     for (const char *slot : {"onCallIncome", "onCallHold", "onCallHoldMuted"})
         rig.call(slot);
-    QTRY_COMPARE(rig.timeline.since(2), (QStringList{"write:0222", "state:Incoming call",
-                                                     "write:0221", "state:Hold",          // cmdTalk
-                                                     "write:0225", "state:Hold muted"})); // cmdMute
+    QTRY_COMPARE(rig.timeline.since(2),
+                 (QStringList{"write:0222", "state:Incoming call", "write:0221", "state:Hold", // cmdTalk
+                              "write:0225", "state:Hold muted"}));                             // cmdMute
 }
 
 void TestHidReader::vendorPageModelWritesEveryStep()
@@ -375,10 +381,10 @@ void TestHidReader::vendorPageModelWritesEveryStep()
     QTRY_COMPARE(rig.timeline.entries(), init);
     rig.call("onCallIncome");
     rig.call("onCallUnmuted");
-    QTRY_COMPARE(rig.timeline.since(3),
-                 (QStringList{"write:0502", "write:0522", "state:Incoming call",
-                              "write:0523", "write:0523", "write:0521", "write:0529", "write:0528", "write:0523",
-                              "write:0523", "write:0521", "state:Talk"}));
+    QTRY_COMPARE(
+        rig.timeline.since(3),
+        (QStringList{"write:0502", "write:0522", "state:Incoming call", "write:0523", "write:0523", "write:0521",
+                     "write:0529", "write:0528", "write:0523", "write:0523", "write:0521", "state:Talk"}));
 }
 
 void TestHidReader::burstOfPressAndReleaseIsOneGesture()
@@ -644,11 +650,16 @@ void TestHidReader::resumedCallGoesFromInitialToItsState_data()
 {
     QTest::addColumn<int>("call");
     QTest::addColumn<QStringList>("expected");
-    QTest::newRow("ringing") << int(hid::CallState::Ringing) << QStringList{"write:0200", "state:Initial", "write:0222", "state:Incoming call"};
-    QTest::newRow("talking") << int(hid::CallState::Talking) << QStringList{"write:0200", "state:Initial", "write:0221", "state:Talk"};
-    QTest::newRow("muted") << int(hid::CallState::TalkMuted) << QStringList{"write:0200", "state:Initial", "write:0225", "state:Talk muted"};
-    QTest::newRow("held") << int(hid::CallState::Held) << QStringList{"write:0200", "state:Initial", "write:0229", "state:Hold"};
-    QTest::newRow("held muted") << int(hid::CallState::HeldMuted) << QStringList{"write:0200", "state:Initial", "write:022d", "state:Hold muted"};
+    QTest::newRow("ringing") << int(hid::CallState::Ringing)
+                             << QStringList{"write:0200", "state:Initial", "write:0222", "state:Incoming call"};
+    QTest::newRow("talking") << int(hid::CallState::Talking)
+                             << QStringList{"write:0200", "state:Initial", "write:0221", "state:Talk"};
+    QTest::newRow("muted") << int(hid::CallState::TalkMuted)
+                           << QStringList{"write:0200", "state:Initial", "write:0225", "state:Talk muted"};
+    QTest::newRow("held") << int(hid::CallState::Held)
+                          << QStringList{"write:0200", "state:Initial", "write:0229", "state:Hold"};
+    QTest::newRow("held muted") << int(hid::CallState::HeldMuted)
+                                << QStringList{"write:0200", "state:Initial", "write:022d", "state:Hold muted"};
     QTest::newRow("idle") << int(hid::CallState::Idle) << startUp;
 }
 
@@ -669,11 +680,12 @@ void TestHidReader::resumedCallGoesFromInitialToItsState()
     // From there the call goes on by the usual transitions: ended (on hold and muted, the state
     // stays), then ringing again.
     rig.call("onCallEnd");
-    const QStringList ended = call == int(hid::CallState::HeldMuted) ? QStringList{"write:0200"}
-                                                                     : QStringList{"state:Initial", "write:0200"};
+    const QStringList ended =
+        call == int(hid::CallState::HeldMuted) ? QStringList{"write:0200"} : QStringList{"state:Initial", "write:0200"};
     QTRY_COMPARE(rig.timeline.entries(), expected + ended);
     rig.call("onCallIncome");
-    QTRY_COMPARE(rig.timeline.since(expected.size() + ended.size()), (QStringList{"write:0222", "state:Incoming call"}));
+    QTRY_COMPARE(rig.timeline.since(expected.size() + ended.size()),
+                 (QStringList{"write:0222", "state:Incoming call"}));
 }
 
 QTEST_GUILESS_MAIN(TestHidReader)

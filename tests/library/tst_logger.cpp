@@ -20,7 +20,7 @@ namespace {
 class CountingLogger : public common::logger::ILogger
 {
 public:
-    void Write(const common::logger::IMessage&) override { ++count; }
+    void Write(const common::logger::IMessage &) override { ++count; }
     std::atomic<int> count{0};
 };
 
@@ -28,7 +28,7 @@ public:
 class ReentrantLogger : public common::logger::ILogger
 {
 public:
-    void Write(const common::logger::IMessage& message) override
+    void Write(const common::logger::IMessage &message) override
     {
         ++writes;
         Message(7, QStringLiteral("hid"), QStringLiteral("f"), QStringLiteral("Write"), 1).Stream()
@@ -41,7 +41,7 @@ public:
 class SelfRemovingLogger : public common::logger::ILogger
 {
 public:
-    void Write(const common::logger::IMessage&) override
+    void Write(const common::logger::IMessage &) override
     {
         ++writes;
         SetLogger(nullptr);
@@ -49,7 +49,7 @@ public:
     int writes = 0;
 };
 
-void logTrace(const QString& text)
+void logTrace(const QString &text)
 {
     Message(7, QStringLiteral("hid"), QStringLiteral("src/x"), QStringLiteral("logTrace"), 3).Stream() << text;
 }
@@ -181,7 +181,7 @@ private slots:
             delivered += countAtRemoval;
         }
         stop = true;
-        for (std::thread& thread : threads)
+        for (std::thread &thread : threads)
             thread.join();
         QVERIFY(delivered > 0);
     }

@@ -75,7 +75,8 @@ void TestMemoryWatch::residentMemoryStaysFlatOverAMillionReports()
     std::atomic<long> mutes{0};
     connect(&manager, &HidDeviceManager::clickMute, this, [&mutes] { ++mutes; });
     QString state;
-    connect(&manager, &HidDeviceManager::deviceStateEntered, this, [&state](const QString &entered) { state = entered; });
+    connect(&manager, &HidDeviceManager::deviceStateEntered, this,
+            [&state](const QString &entered) { state = entered; });
     manager.onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
     QTRY_COMPARE_WITH_TIMEOUT(state, QStringLiteral("Initial"), 10000);
 

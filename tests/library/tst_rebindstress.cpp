@@ -159,7 +159,8 @@ void TestRebindStress::replugsLeaveOneOpenHandleAndNoStaleSignal()
             continue;
         ++hides;
         if (k + 1 < entries.size())
-            QVERIFY2(entries[k + 1].startsWith(QLatin1String("show:")), qPrintable(QStringLiteral("%1: %2").arg(k).arg(entries[k + 1])));
+            QVERIFY2(entries[k + 1].startsWith(QLatin1String("show:")),
+                     qPrintable(QStringLiteral("%1: %2").arg(k).arg(entries[k + 1])));
     }
     QCOMPARE(hides, Replugs + 1);
     QCOMPARE(entries.count(QStringLiteral("show:Office Headset 20")), Replugs + 1);

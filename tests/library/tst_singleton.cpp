@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-extern "C" void* singletonProbeInstance();
+extern "C" void *singletonProbeInstance();
 
 namespace {
 
@@ -34,20 +34,20 @@ private slots:
     void concurrentFirstUseBuildsOneInstance()
     {
         std::vector<std::thread> threads;
-        std::vector<SlowToBuild*> seen(8, nullptr);
+        std::vector<SlowToBuild *> seen(8, nullptr);
         for (size_t i = 0; i < seen.size(); ++i)
             threads.emplace_back([&seen, i] { seen[i] = &common::CSingleton<SlowToBuild>::Instance(); });
-        for (std::thread& thread : threads)
+        for (std::thread &thread : threads)
             thread.join();
         QCOMPARE(constructions.load(), 1);
-        for (SlowToBuild* instance : seen)
+        for (SlowToBuild *instance : seen)
             QCOMPARE(instance, seen.front());
         QCOMPARE(seen.front()->value, 42);
     }
 
     void managerInstanceIsStable()
     {
-        qv::hid::HidDeviceManager& first = qv::hid::HidDeviceManager::Instance();
+        qv::hid::HidDeviceManager &first = qv::hid::HidDeviceManager::Instance();
         first.SetTopDevice(11, QStringLiteral("kept"));
         QCOMPARE(&qv::hid::HidDeviceManager::Instance(), &first);
         QCOMPARE(qv::hid::HidDeviceManager::Instance().GetTopDevice(11), QStringLiteral("kept"));
@@ -55,7 +55,7 @@ private slots:
 
     void everyModuleSharesTheManager()
     {
-        QCOMPARE(singletonProbeInstance(), static_cast<void*>(&qv::hid::HidDeviceManager::Instance()));
+        QCOMPARE(singletonProbeInstance(), static_cast<void *>(&qv::hid::HidDeviceManager::Instance()));
     }
 
     void aDirectlyBuiltManagerIsNotTheInstance()

@@ -72,7 +72,8 @@ public:
 
     QString usbDevice(const std::string &name) const
     {
-        return QFileInfo(sysfsRoot() + QStringLiteral("/bus/usb/devices/") + QString::fromStdString(m_usbDevices.at(name)))
+        return QFileInfo(sysfsRoot() + QStringLiteral("/bus/usb/devices/")
+                         + QString::fromStdString(m_usbDevices.at(name)))
             .canonicalFilePath();
     }
     QString path(const std::string &name, std::size_t interface = 0) const
@@ -132,8 +133,9 @@ void TestSoundCards::listsEveryCardWithItsUsbDevice()
         QCOMPARE(cards[i].number, i);
         ids << cards[i].id;
     }
-    QCOMPARE(ids, (QStringList{"PCH", "Headset20", "Headset20_1", "Adapter360", "Dock", "Headset40", "Headset30", "Device",
-                              "Headset50"}));
+    QCOMPARE(ids,
+             (QStringList{"PCH", "Headset20", "Headset20_1", "Adapter360", "Dock", "Headset40", "Headset30", "Device",
+                          "Headset50"}));
 
     QVERIFY(!cards[0].isUsb());
     QVERIFY(cards[0].udevId.isEmpty());
@@ -165,10 +167,14 @@ void TestSoundCards::udevIdIsMadeFromSysfsWhenUdevHasNone()
     const QVector<SoundCard> cards = hid::ListSoundCards(desk.view());
     QCOMPARE(cards.size(), 9);
     QVERIFY(cards[0].udevId.isEmpty());
-    const QStringList expected = {"usb-Virtual_Audio_Office_Headset_20_A1B2C3-00", "usb-Virtual_Audio_Office_Headset_20_D4E5F6-00",
-                                  "usb-Virtual_Audio_Link_Adapter_360_VL-0360-00", "usb-Virtual_Docks_Desk_Dock_5_DK-0005-00",
-                                  "usb-Virtual_Audio_Office_Headset_40_VH-0040-00", "usb-Virtual_Audio_Office_Headset_30-00",
-                                  "usb-047f_c038-00", "usb-Virtual_Audio_Office_Headset_50_UH-0050-00"};
+    const QStringList expected = {"usb-Virtual_Audio_Office_Headset_20_A1B2C3-00",
+                                  "usb-Virtual_Audio_Office_Headset_20_D4E5F6-00",
+                                  "usb-Virtual_Audio_Link_Adapter_360_VL-0360-00",
+                                  "usb-Virtual_Docks_Desk_Dock_5_DK-0005-00",
+                                  "usb-Virtual_Audio_Office_Headset_40_VH-0040-00",
+                                  "usb-Virtual_Audio_Office_Headset_30-00",
+                                  "usb-047f_c038-00",
+                                  "usb-Virtual_Audio_Office_Headset_50_UH-0050-00"};
     for (int i = 1; i < cards.size(); ++i) {
         QCOMPARE(cards[i].udevId, expected[i - 1]);
         QVERIFY(cards[i].udevIdDerived);
@@ -186,20 +192,47 @@ void TestSoundCards::derivesUdevIdsAsUdevDoes_data()
     QTest::addColumn<QString>("serial");
     QTest::addColumn<QString>("interfaceNumber");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("plain") << "Virtual Audio" << "Office Headset 20" << "A1B2C3" << "00"
+    QTest::newRow("plain") << "Virtual Audio"
+                           << "Office Headset 20"
+                           << "A1B2C3"
+                           << "00"
                            << "usb-Virtual_Audio_Office_Headset_20_A1B2C3-00";
-    QTest::newRow("white space runs and ends") << "  Virtual \t Audio " << "Office  Headset 20\n" << " A1 B2 " << "03"
+    QTest::newRow("white space runs and ends") << "  Virtual \t Audio "
+                                               << "Office  Headset 20\n"
+                                               << " A1 B2 "
+                                               << "03"
                                                << "usb-Virtual_Audio_Office_Headset_20_A1_B2-03";
-    QTest::newRow("characters outside the set") << "Acme/Co (R)" << "Talk*Pro!" << "X#1+2" << "00"
+    QTest::newRow("characters outside the set") << "Acme/Co (R)"
+                                                << "Talk*Pro!"
+                                                << "X#1+2"
+                                                << "00"
                                                 << "usb-Acme_Co__R__Talk_Pro__X#1+2-00";
-    QTest::newRow("allowed punctuation") << "A.B-C" << "m:n=o@p_q" << "" << "00" << "usb-A.B-C_m:n=o@p_q-00";
-    QTest::newRow("no strings at all") << "" << "" << "" << "00" << "usb-0b0e_030d-00";
-    QTest::newRow("white space only") << "   " << "Office Headset 20" << "" << "00" << "usb-0b0e_Office_Headset_20-00";
-    QTest::newRow("serial with a comma is left out") << "Virtual Audio" << "H20" << "A1,B2" << "00" << "usb-Virtual_Audio_H20-00";
-    QTest::newRow("serial beyond ASCII is left out") << "Virtual Audio" << "H20" << QString::fromUtf8("\xc3\xa9t\xc3\xa9") << "00"
+    QTest::newRow("allowed punctuation") << "A.B-C"
+                                         << "m:n=o@p_q"
+                                         << ""
+                                         << "00"
+                                         << "usb-A.B-C_m:n=o@p_q-00";
+    QTest::newRow("no strings at all") << ""
+                                       << ""
+                                       << ""
+                                       << "00"
+                                       << "usb-0b0e_030d-00";
+    QTest::newRow("white space only") << "   "
+                                      << "Office Headset 20"
+                                      << ""
+                                      << "00"
+                                      << "usb-0b0e_Office_Headset_20-00";
+    QTest::newRow("serial with a comma is left out") << "Virtual Audio"
+                                                     << "H20"
+                                                     << "A1,B2"
+                                                     << "00"
                                                      << "usb-Virtual_Audio_H20-00";
-    QTest::newRow("letters beyond ASCII are kept") << QString::fromUtf8("M\xc3\xbcller") << "H20" << "" << "0a"
-                                                   << QString::fromUtf8("usb-M\xc3\xbcller_H20-0a");
+    QTest::newRow("serial beyond ASCII is left out") << "Virtual Audio"
+                                                     << "H20" << QString::fromUtf8("\xc3\xa9t\xc3\xa9") << "00"
+                                                     << "usb-Virtual_Audio_H20-00";
+    QTest::newRow("letters beyond ASCII are kept") << QString::fromUtf8("M\xc3\xbcller") << "H20"
+                                                   << ""
+                                                   << "0a" << QString::fromUtf8("usb-M\xc3\xbcller_H20-0a");
 }
 
 void TestSoundCards::derivesUdevIdsAsUdevDoes()
@@ -220,8 +253,8 @@ void TestSoundCards::findsTheUsbDeviceOfAHidrawNode()
     QCOMPARE(hid::UsbDeviceOfHidPath(view, desk.path("headset-b")), desk.usbDevice("headset-b"));
     QCOMPARE(hid::UsbDeviceOfHidPath(view, desk.path("consumer-first", 0)), desk.usbDevice("consumer-first"));
     QCOMPARE(hid::UsbDeviceOfHidPath(view, desk.path("consumer-first", 1)), desk.usbDevice("consumer-first"));
-    for (const char *path : {"/dev/hidraw99", "virtual-hid/3", "/dev/hidraw", "/dev/hidraw1/../hidraw2", "/dev/hidraw-1",
-                             "/dev/sda", ""})
+    for (const char *path :
+         {"/dev/hidraw99", "virtual-hid/3", "/dev/hidraw", "/dev/hidraw1/../hidraw2", "/dev/hidraw-1", "/dev/sda", ""})
         QVERIFY2(hid::UsbDeviceOfHidPath(view, QString::fromLatin1(path)).isEmpty(), path);
 }
 
@@ -232,43 +265,94 @@ void TestSoundCards::resolvesEveryNameForm_data()
     QTest::addColumn<QString>("rule");     // how the rule text begins
     const QString a = QStringLiteral("usb-Virtual_Audio_Office_Headset_20_A1B2C3-00");
     const QString b = QStringLiteral("usb-Virtual_Audio_Office_Headset_20_D4E5F6-00");
-    QTest::newRow("sink") << "alsa_output." + a + ".analog-stereo" << "Headset20" << "sound-server name";
-    QTest::newRow("source") << "alsa_input." + b + ".mono-fallback" << "Headset20_1" << "sound-server name";
-    QTest::newRow("card") << "alsa_card." + b << "Headset20_1" << "sound-server name";
-    QTest::newRow("pro-audio sink") << "alsa_output." + a + ".pro-output-0" << "Headset20" << "sound-server name";
-    QTest::newRow("sink without serial") << "alsa_output.usb-Virtual_Audio_Office_Headset_30-00.analog-stereo" << "Headset30"
+    QTest::newRow("sink") << "alsa_output." + a + ".analog-stereo"
+                          << "Headset20"
+                          << "sound-server name";
+    QTest::newRow("source") << "alsa_input." + b + ".mono-fallback"
+                            << "Headset20_1"
+                            << "sound-server name";
+    QTest::newRow("card") << "alsa_card." + b << "Headset20_1"
+                          << "sound-server name";
+    QTest::newRow("pro-audio sink") << "alsa_output." + a + ".pro-output-0"
+                                    << "Headset20"
+                                    << "sound-server name";
+    QTest::newRow("sink without serial") << "alsa_output.usb-Virtual_Audio_Office_Headset_30-00.analog-stereo"
+                                         << "Headset30"
                                          << "sound-server name";
-    QTest::newRow("sink without strings") << "alsa_output.usb-047f_c038-00.analog-stereo" << "Device" << "sound-server name";
+    QTest::newRow("sink without strings") << "alsa_output.usb-047f_c038-00.analog-stereo"
+                                          << "Device"
+                                          << "sound-server name";
     QTest::newRow("sink of another system") << "alsa_output.usb-Other_Headset_99-00.analog-stereo" << NoCard << "";
     QTest::newRow("built-in sink") << "alsa_output.pci-0000_00_1f.3.analog-stereo" << NoCard << "";
-    QTest::newRow("sysdefault") << "sysdefault:CARD=Headset20" << "Headset20" << "ALSA card id CARD=Headset20";
-    QTest::newRow("front") << "front:CARD=Headset20_1,DEV=0" << "Headset20_1" << "ALSA card id CARD=Headset20_1";
-    QTest::newRow("hw by id") << "hw:CARD=Dock,DEV=0" << "Dock" << "ALSA card id CARD=Dock";
-    QTest::newRow("card id by index") << "dmix:CARD=2,DEV=0" << "Headset20_1" << "ALSA card index CARD=2";
+    QTest::newRow("sysdefault") << "sysdefault:CARD=Headset20"
+                                << "Headset20"
+                                << "ALSA card id CARD=Headset20";
+    QTest::newRow("front") << "front:CARD=Headset20_1,DEV=0"
+                           << "Headset20_1"
+                           << "ALSA card id CARD=Headset20_1";
+    QTest::newRow("hw by id") << "hw:CARD=Dock,DEV=0"
+                              << "Dock"
+                              << "ALSA card id CARD=Dock";
+    QTest::newRow("card id by index") << "dmix:CARD=2,DEV=0"
+                                      << "Headset20_1"
+                                      << "ALSA card index CARD=2";
     QTest::newRow("unknown card id") << "sysdefault:CARD=Nothing" << NoCard << "";
     QTest::newRow("card id inside a word") << "fooCARD=Headset20" << NoCard << "";
-    QTest::newRow("card id after a word") << "fooCARD=x, CARD=Headset20" << "Headset20" << "ALSA card id CARD=Headset20";
-    QTest::newRow("hw") << "hw:2" << "Headset20_1" << "ALSA card index hw:2";
-    QTest::newRow("hw with device") << "hw:1,0" << "Headset20" << "ALSA card index hw:1,0";
-    QTest::newRow("plughw") << "plughw:3" << "Adapter360" << "ALSA card index plughw:3";
-    QTest::newRow("plughw with device") << "plughw:5,0" << "Headset40" << "ALSA card index plughw:5,0";
-    QTest::newRow("built-in hw") << "hw:0" << "PCH" << "ALSA card index hw:0";
+    QTest::newRow("card id after a word") << "fooCARD=x, CARD=Headset20"
+                                          << "Headset20"
+                                          << "ALSA card id CARD=Headset20";
+    QTest::newRow("hw") << "hw:2"
+                        << "Headset20_1"
+                        << "ALSA card index hw:2";
+    QTest::newRow("hw with device") << "hw:1,0"
+                                    << "Headset20"
+                                    << "ALSA card index hw:1,0";
+    QTest::newRow("plughw") << "plughw:3"
+                            << "Adapter360"
+                            << "ALSA card index plughw:3";
+    QTest::newRow("plughw with device") << "plughw:5,0"
+                                        << "Headset40"
+                                        << "ALSA card index plughw:5,0";
+    QTest::newRow("built-in hw") << "hw:0"
+                                 << "PCH"
+                                 << "ALSA card index hw:0";
     QTest::newRow("hw of no card") << "hw:12" << NoCard << "";
     QTest::newRow("hw inside a word") << "xhw:1" << NoCard << "";
     QTest::newRow("hw without a number") << "hw:x" << NoCard << "";
-    QTest::newRow("PortAudio") << "Office Headset 20: USB Audio (hw:2,0)" << "Headset20_1" << "ALSA card index hw:2,0";
-    QTest::newRow("ALSA description") << "Office Headset 20, USB Audio" << "Headset20" << "description";
-    QTest::newRow("description") << "Office Headset 20 Analog Stereo" << "Headset20" << "description";
-    QTest::newRow("mono description") << "Office Headset 30 Mono" << "Headset30" << "description";
-    QTest::newRow("translated suffix") << QString::fromUtf8("Office Headset 40 St\xc3\xa9r\xc3\xa9o analogique") << "Headset40"
+    QTest::newRow("PortAudio") << "Office Headset 20: USB Audio (hw:2,0)"
+                               << "Headset20_1"
+                               << "ALSA card index hw:2,0";
+    QTest::newRow("ALSA description") << "Office Headset 20, USB Audio"
+                                      << "Headset20"
+                                      << "description";
+    QTest::newRow("description") << "Office Headset 20 Analog Stereo"
+                                 << "Headset20"
+                                 << "description";
+    QTest::newRow("mono description") << "Office Headset 30 Mono"
+                                      << "Headset30"
+                                      << "description";
+    QTest::newRow("translated suffix") << QString::fromUtf8("Office Headset 40 St\xc3\xa9r\xc3\xa9o analogique")
+                                       << "Headset40"
                                        << "description";
-    QTest::newRow("odd white space") << "  Office   Headset\t30   Analog Stereo " << "Headset30" << "description";
-    QTest::newRow("product alone") << "Link Adapter 360" << "Adapter360" << "description";
+    QTest::newRow("odd white space") << "  Office   Headset\t30   Analog Stereo "
+                                     << "Headset30"
+                                     << "description";
+    QTest::newRow("product alone") << "Link Adapter 360"
+                                   << "Adapter360"
+                                   << "description";
     QTest::newRow("product followed by more of a word") << "Office Headset 300 Analog Stereo" << NoCard << "";
-    QTest::newRow("dock") << "Desk Dock 5 Analog Stereo" << "Dock" << "description";
-    QTest::newRow("device without strings") << "USB Device 0x047f:0xc038 Analog Stereo" << "Device" << "description";
-    QTest::newRow("browser") << "Office Headset 20 (0b0e:030d)" << "Headset20" << "USB ids 0b0e:030d";
-    QTest::newRow("browser, upper case") << "Speakerphone (047F:C038)" << "Device" << "USB ids 047f:c038";
+    QTest::newRow("dock") << "Desk Dock 5 Analog Stereo"
+                          << "Dock"
+                          << "description";
+    QTest::newRow("device without strings") << "USB Device 0x047f:0xc038 Analog Stereo"
+                                            << "Device"
+                                            << "description";
+    QTest::newRow("browser") << "Office Headset 20 (0b0e:030d)"
+                             << "Headset20"
+                             << "USB ids 0b0e:030d";
+    QTest::newRow("browser, upper case") << "Speakerphone (047F:C038)"
+                                         << "Device"
+                                         << "USB ids 047f:c038";
     QTest::newRow("browser, unknown ids") << "Office Headset 99 (0b0e:9999)" << NoCard << "";
     QTest::newRow("Bluetooth sink") << "bluez_output.00_1B_66_AA_BB_CC.1" << Bluetooth << "Bluetooth";
     QTest::newRow("Bluetooth source") << "bluez_input.00:1B:66:AA:BB:CC" << Bluetooth << "Bluetooth";
@@ -313,28 +397,44 @@ void TestSoundCards::soundServerNamesMatchTheLongestUdevId()
     longer.udevId = QStringLiteral("usb-Virtual_Audio_H20-00.1+x-00");
     longer.usbDevice = QStringLiteral("/sys/devices/b");
     const QVector<SoundCard> cards = {shorter, longer};
-    QCOMPARE(hid::ResolveAudioDeviceName(QStringLiteral("alsa_output.usb-Virtual_Audio_H20-00.1_x-00.analog-stereo"), cards).card, 1);
-    QCOMPARE(hid::ResolveAudioDeviceName(QStringLiteral("alsa_output.usb-Virtual_Audio_H20-00.1+x-00.analog-stereo"), cards).card, 1);
-    QCOMPARE(hid::ResolveAudioDeviceName(QStringLiteral("alsa_output.usb-Virtual_Audio_H20-00.analog-stereo"), cards).card, 0);
+    QCOMPARE(
+        hid::ResolveAudioDeviceName(QStringLiteral("alsa_output.usb-Virtual_Audio_H20-00.1_x-00.analog-stereo"), cards)
+            .card,
+        1);
+    QCOMPARE(
+        hid::ResolveAudioDeviceName(QStringLiteral("alsa_output.usb-Virtual_Audio_H20-00.1+x-00.analog-stereo"), cards)
+            .card,
+        1);
+    QCOMPARE(
+        hid::ResolveAudioDeviceName(QStringLiteral("alsa_output.usb-Virtual_Audio_H20-00.analog-stereo"), cards).card,
+        0);
     QCOMPARE(hid::ResolveAudioDeviceName(QStringLiteral("alsa_card.usb-Virtual_Audio_H20-00"), cards).card, 0);
-    QCOMPARE(hid::ResolveAudioDeviceName(QStringLiteral("alsa_card.usb-Virtual_Audio_H20-0"), cards).kind, SoundCardMatch::NoCard);
+    QCOMPARE(hid::ResolveAudioDeviceName(QStringLiteral("alsa_card.usb-Virtual_Audio_H20-0"), cards).kind,
+             SoundCardMatch::NoCard);
 }
 
 void TestSoundCards::bindsTheInterfaceOfTheNamedCardOnly_data()
 {
     QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("device");  // the desk device bound
-    QTest::addColumn<int>("interface");   // which of its HID interfaces
+    QTest::addColumn<QString>("device"); // the desk device bound
+    QTest::addColumn<int>("interface");  // which of its HID interfaces
     QTest::addColumn<int>("usagePage");
-    QTest::newRow("first headset by its sink") << "alsa_output.usb-Virtual_Audio_Office_Headset_20_A1B2C3-00.analog-stereo"
-                                               << "headset-a" << 0 << 0x0B;
-    QTest::newRow("second headset by its source") << "alsa_input.usb-Virtual_Audio_Office_Headset_20_D4E5F6-00.mono-fallback"
-                                                  << "headset-b" << 0 << 0x0B;
-    QTest::newRow("second headset by hw") << "hw:2" << "headset-b" << 0 << 0x0B;
-    QTest::newRow("second headset by card id") << "sysdefault:CARD=Headset20_1" << "headset-b" << 0 << 0x0B;
-    QTest::newRow("dongle") << "Link Adapter 360 Analog Stereo" << "dongle" << 0 << 0xFF00;
-    QTest::newRow("telephony behind consumer control") << "front:CARD=Headset40,DEV=0" << "consumer-first" << 1 << 0x0B;
-    QTest::newRow("headset without strings") << "hw:7" << "stringless" << 0 << 0x0B;
+    QTest::newRow("first headset by its sink")
+        << "alsa_output.usb-Virtual_Audio_Office_Headset_20_A1B2C3-00.analog-stereo"
+        << "headset-a" << 0 << 0x0B;
+    QTest::newRow("second headset by its source")
+        << "alsa_input.usb-Virtual_Audio_Office_Headset_20_D4E5F6-00.mono-fallback"
+        << "headset-b" << 0 << 0x0B;
+    QTest::newRow("second headset by hw") << "hw:2"
+                                          << "headset-b" << 0 << 0x0B;
+    QTest::newRow("second headset by card id") << "sysdefault:CARD=Headset20_1"
+                                               << "headset-b" << 0 << 0x0B;
+    QTest::newRow("dongle") << "Link Adapter 360 Analog Stereo"
+                            << "dongle" << 0 << 0xFF00;
+    QTest::newRow("telephony behind consumer control") << "front:CARD=Headset40,DEV=0"
+                                                       << "consumer-first" << 1 << 0x0B;
+    QTest::newRow("headset without strings") << "hw:7"
+                                             << "stringless" << 0 << 0x0B;
 }
 
 void TestSoundCards::bindsTheInterfaceOfTheNamedCardOnly()
@@ -370,9 +470,10 @@ void TestSoundCards::logsWhichRuleFoundTheCardAndTheInterface()
     QCOMPARE(binding.getChoice().rule, rule);
     QCOMPARE(binding.getChoice().interfaceNumber, 3);
     const QStringList texts = logger.texts();
-    QCOMPARE(texts.first(), QStringLiteral("HID DEVICE Audio device plughw:5,0 is sound card 5 (Headset40) by ALSA card "
-                                           "index plughw:5,0, USB device %1")
-                                .arg(desk.usbDevice("consumer-first")));
+    QCOMPARE(texts.first(),
+             QStringLiteral("HID DEVICE Audio device plughw:5,0 is sound card 5 (Headset40) by ALSA card "
+                            "index plughw:5,0, USB device %1")
+                 .arg(desk.usbDevice("consumer-first")));
     QVERIFY(texts.contains(QStringLiteral("HID DEVICE Get codes for device (2830, 9310): 11 5 11 8 explicit: 1")));
     QVERIFY(texts.contains(QStringLiteral("HID DEVICE Device found vid, pid, hid page, hid usage: 2830, 9310, 11, 5")));
     QCOMPARE(texts.last(), QStringLiteral("HID DEVICE Chose %1 for plughw:5,0: %2").arg(path, rule));
@@ -388,19 +489,24 @@ void TestSoundCards::logsWhyNothingWasBound_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("why");
-    QTest::newRow("dock") << "Desk Dock 5 Analog Stereo"
-                          << "sound card 4 (Dock) by description beginning with the card's name \"Desk Dock 5\": its USB "
-                             "device has no HID interface";
-    QTest::newRow("dock by hw") << "hw:4" << "sound card 4 (Dock) by ALSA card index hw:4: its USB device has no HID interface";
-    QTest::newRow("built-in audio") << "hw:0" << "sound card 0 (PCH) by ALSA card index hw:0: the card is not a USB device";
+    QTest::newRow("dock")
+        << "Desk Dock 5 Analog Stereo"
+        << "sound card 4 (Dock) by description beginning with the card's name \"Desk Dock 5\": its USB "
+           "device has no HID interface";
+    QTest::newRow("dock by hw") << "hw:4"
+                                << "sound card 4 (Dock) by ALSA card index hw:4: its USB device has no HID interface";
+    QTest::newRow("built-in audio") << "hw:0"
+                                    << "sound card 0 (PCH) by ALSA card index hw:0: the card is not a USB device";
     QTest::newRow("Bluetooth") << "bluez_output.00_1B_66_AA_BB_CC.1"
                                << "Bluetooth device name: a Bluetooth device has no USB HID interface";
-    QTest::newRow("unlisted headset") << "hw:8"
-                                      << "sound card 8 (Headset50) by ALSA card index hw:8: no HID interface of its USB "
-                                         "device is listed in the dictionary";
-    QTest::newRow("unknown product") << "Speakers (Office Headset 99)"
-                                     << "no sound card; product string \"Office Headset 99\": no HID interface with it is "
-                                        "listed in the dictionary";
+    QTest::newRow("unlisted headset")
+        << "hw:8"
+        << "sound card 8 (Headset50) by ALSA card index hw:8: no HID interface of its USB "
+           "device is listed in the dictionary";
+    QTest::newRow("unknown product")
+        << "Speakers (Office Headset 99)"
+        << "no sound card; product string \"Office Headset 99\": no HID interface with it is "
+           "listed in the dictionary";
 }
 
 void TestSoundCards::logsWhyNothingWasBound()
@@ -427,10 +533,11 @@ void TestSoundCards::unlistedHeadsetOfTheCardIsBoundThroughTheFallback()
     QVERIFY(binding.chooseAudioDevice(name));
     QCOMPARE(binding.getInfo().path, desk.path("unlisted"));
     QCOMPARE(binding.getChoice().soundCard, 8);
-    QVERIFY2(binding.getChoice().rule.endsWith(QLatin1String(", interface 3, the call-control collection 0x000B/0x0005 "
-                                                             "of the fallback configuration \"Standart\" (its ids have no "
-                                                             "row of their own)")),
-             qPrintable(binding.getChoice().rule));
+    QVERIFY2(
+        binding.getChoice().rule.endsWith(QLatin1String(", interface 3, the call-control collection 0x000B/0x0005 "
+                                                        "of the fallback configuration \"Standart\" (its ids have no "
+                                                        "row of their own)")),
+        qPrintable(binding.getChoice().rule));
     // Its descriptor came from sysfs: nothing was opened.
     QCOMPARE(desk.headset("unlisted").counters().opens, 0ul);
 
@@ -454,14 +561,16 @@ void TestSoundCards::nameOfNoCardFallsBackToTheProductString()
     QCOMPARE(binding.getInfo().path, desk.path("headset-a"));
     QCOMPARE(binding.getChoice().soundCard, -1);
     const QStringList texts = logger.texts();
-    QCOMPARE(texts.first(), QStringLiteral("HID DEVICE Audio device %1 names none of the 9 sound cards of this machine: "
-                                           "choosing by product string")
-                                .arg(name));
+    QCOMPARE(texts.first(),
+             QStringLiteral("HID DEVICE Audio device %1 names none of the 9 sound cards of this machine: "
+                            "choosing by product string")
+                 .arg(name));
     QCOMPARE(texts.at(1), QStringLiteral("HID DEVICE Parent device is Office Headset 20"));
     QVERIFY(texts.contains(QStringLiteral("HID DEVICE Choose device:true Office Headset 20")));
-    QCOMPARE(texts.last(), QStringLiteral("HID DEVICE Chose %1 for %2: no sound card; product string \"Office Headset 20\", "
-                                          "interface 3, the configuration's call-control collection")
-                               .arg(desk.path("headset-a"), name));
+    QCOMPARE(texts.last(),
+             QStringLiteral("HID DEVICE Chose %1 for %2: no sound card; product string \"Office Headset 20\", "
+                            "interface 3, the configuration's call-control collection")
+                 .arg(desk.path("headset-a"), name));
 }
 
 QTEST_GUILESS_MAIN(TestSoundCards)

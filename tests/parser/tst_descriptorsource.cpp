@@ -99,8 +99,7 @@ void TestDescriptorSource::sysfsDescriptorMustFit()
 
 void TestDescriptorSource::readsThroughHidapiWhenItCan()
 {
-    const hid::virt::VirtualDevice device =
-        hid::virt::addModel(*hid::virt::findModel("telephony-headset")).front();
+    const hid::virt::VirtualDevice device = hid::virt::addModel(*hid::virt::findModel("telephony-headset")).front();
     hid_device *handle = hid_open_path(device.path().c_str());
     QVERIFY(handle);
     hid_descriptor *descriptor = hid_read_descriptor(handle);

@@ -21,42 +21,42 @@ const hid_collection *topLevel(const hid_descriptor *descriptor)
 
 // Telephony headset with an extended usage, a Usage item read before a page change, and a
 // nested collection with lamps; no report ids.
-const QByteArray nestedDescriptor = QByteArray::fromHex(
-    "050b0905a101"               // Telephony, Headset, Collection (Application)
-    "09200508"                   //   Usage (Hook Switch), then Usage Page (LEDs)
-    "150025017501950181 22"      //   1 bit, Input (Data, Var, Abs, No Preferred)
-    "0b2f000b00"                 //   Usage (extended 0x000B:0x002F Phone Mute)
-    "8106"                       //   Input (Data, Var, Rel)
-    "95068103"                   //   6 bits padding
-    "0b07000b00a102"             //   Usage (extended Programmable Button), Collection (Logical)
-    "0917091895029102"           //     Off-Hook, Ring outputs
-    "95069103"                   //     padding
-    "c0"                         //   End Collection
-    "0909950191029507 9103"      //   Mute output, padding
-    "c0");
+const QByteArray nestedDescriptor =
+    QByteArray::fromHex("050b0905a101"          // Telephony, Headset, Collection (Application)
+                        "09200508"              //   Usage (Hook Switch), then Usage Page (LEDs)
+                        "150025017501950181 22" //   1 bit, Input (Data, Var, Abs, No Preferred)
+                        "0b2f000b00"            //   Usage (extended 0x000B:0x002F Phone Mute)
+                        "8106"                  //   Input (Data, Var, Rel)
+                        "95068103"              //   6 bits padding
+                        "0b07000b00a102"        //   Usage (extended Programmable Button), Collection (Logical)
+                        "0917091895029102"      //     Off-Hook, Ring outputs
+                        "95069103"              //     padding
+                        "c0"                    //   End Collection
+                        "0909950191029507 9103" //   Mute output, padding
+                        "c0");
 
 // A mouse whose pointer axes are declared between PUSH and POP.
-const QByteArray pushPopDescriptor = QByteArray::fromHex(
-    "05010902a101"               // Generic Desktop, Mouse, Collection (Application)
-    "050919012903150025017501950381 02" // Buttons 1..3
-    "a4"                         //   PUSH
-    "0501093009311581257f7508950281 06" // X, Y: 8-bit signed relative
-    "b4"                         //   POP: back to the buttons' page, size 1, count 3
-    "95058103"                   //   5 bits padding
-    "c0");
+const QByteArray pushPopDescriptor =
+    QByteArray::fromHex("05010902a101"                      // Generic Desktop, Mouse, Collection (Application)
+                        "050919012903150025017501950381 02" // Buttons 1..3
+                        "a4"                                //   PUSH
+                        "0501093009311581257f7508950281 06" // X, Y: 8-bit signed relative
+                        "b4"                                //   POP: back to the buttons' page, size 1, count 3
+                        "95058103"                          //   5 bits padding
+                        "c0");
 
 // Consumer control with a 2-slot array over usages 0..0x23C (report 1), and Mute declared
 // before the page changes to Telephony (report 2).
-const QByteArray arrayDescriptor = QByteArray::fromHex(
-    "050c0901a101"
-    "8501"
-    "19002a3c02"                 //   Usage Minimum (0), Usage Maximum (0x23C)
-    "1500263c02751095028100"     //   16-bit slots, 2 of them, Input (Data, Array, Abs)
-    "8502"
-    "09e2050b"                   //   Usage (Mute) under Consumer, then Usage Page (Telephony)
-    "15002501750195018106"
-    "95078103"
-    "c0");
+const QByteArray arrayDescriptor =
+    QByteArray::fromHex("050c0901a101"
+                        "8501"
+                        "19002a3c02"             //   Usage Minimum (0), Usage Maximum (0x23C)
+                        "1500263c02751095028100" //   16-bit slots, 2 of them, Input (Data, Array, Abs)
+                        "8502"
+                        "09e2050b" //   Usage (Mute) under Consumer, then Usage Page (Telephony)
+                        "15002501750195018106"
+                        "95078103"
+                        "c0");
 
 // Hex digits, with blanks between items for legibility.
 QByteArray fromHex(const char *hex)
@@ -134,12 +134,10 @@ void TestHidapiParser::telephonyHeadsetRecords()
     QVERIFY(!d->device_collection->first_element);
     QCOMPARE(topLevel(d.get())->parent, d->device_collection);
     const QStringList expected = {
-        "in 000b:0020 id1 @0+1 x1 f22",  "in 000b:0097 id1 @1+1 x1 f22",
-        "in 000b:002f id1 @2+1 x1 f6",   "in 000b:0021 id1 @3+1 x1 f6",
-        "in 000b:0026 id1 @4+1 x1 f2",   "in 000b:0007 id1 @8+8 x1 f0",
-        "in 000b:0024 id1 @8+8 x1 f0",   "in 000b:0025 id1 @8+8 x1 f0",
-        "out 0008:0017 id2 @0+1 x1 f22", "out 0008:0018 id2 @1+1 x1 f22",
-        "out 0008:0009 id2 @2+1 x1 f22", "out 0008:0020 id2 @3+1 x1 f22",
+        "in 000b:0020 id1 @0+1 x1 f22",  "in 000b:0097 id1 @1+1 x1 f22",  "in 000b:002f id1 @2+1 x1 f6",
+        "in 000b:0021 id1 @3+1 x1 f6",   "in 000b:0026 id1 @4+1 x1 f2",   "in 000b:0007 id1 @8+8 x1 f0",
+        "in 000b:0024 id1 @8+8 x1 f0",   "in 000b:0025 id1 @8+8 x1 f0",   "out 0008:0017 id2 @0+1 x1 f22",
+        "out 0008:0018 id2 @1+1 x1 f22", "out 0008:0009 id2 @2+1 x1 f22", "out 0008:0020 id2 @3+1 x1 f22",
         "out 0008:0021 id2 @4+1 x1 f22", "out 0008:002a id2 @5+1 x1 f22",
     };
     QCOMPARE(elementsOf(topLevel(d.get())), expected);
@@ -166,8 +164,8 @@ void TestHidapiParser::vendorPageRecords()
     QVERIFY(d);
     QCOMPARE(childrenOf(d->device_collection), QStringList{"ff00:0005 type1"});
     const QStringList expected = {
-        "in ff30:0020 id4 @0+1 x1 f2",  "in ff30:0097 id4 @1+1 x1 f2", "in ff30:002f id4 @2+1 x1 f2",
-        "in ff30:0021 id4 @3+1 x1 f2",  "in ff30:0026 id4 @4+1 x1 f2", "out ff40:0017 id5 @0+1 x1 f2",
+        "in ff30:0020 id4 @0+1 x1 f2",  "in ff30:0097 id4 @1+1 x1 f2",  "in ff30:002f id4 @2+1 x1 f2",
+        "in ff30:0021 id4 @3+1 x1 f2",  "in ff30:0026 id4 @4+1 x1 f2",  "out ff40:0017 id5 @0+1 x1 f2",
         "out ff40:0018 id5 @1+1 x1 f2", "out ff40:0009 id5 @2+1 x1 f2", "out ff40:0020 id5 @3+1 x1 f2",
         "out ff40:0021 id5 @4+1 x1 f2", "out ff40:002a id5 @5+1 x1 f2",
     };
@@ -187,9 +185,8 @@ void TestHidapiParser::buttonEventsOfTheTelephonyHeadset()
     };
     // In this order, so that the hook state carries from one to the next as in a call.
     const std::vector<Step> steps = {
-        {"answer", {"000b:0020=1"}, {}},      {"mute", {"000b:002f=1"}, {}},
-        {"flash", {"000b:0021=1"}, {}},       {"hangup", {"000b:0020=0"}, {}},
-        {"drop", {"000b:0026=1"}, {}},        {"programmable", {"000b:0007=1"}, {}},
+        {"answer", {"000b:0020=1"}, {}}, {"mute", {"000b:002f=1"}, {}}, {"flash", {"000b:0021=1"}, {}},
+        {"hangup", {"000b:0020=0"}, {}}, {"drop", {"000b:0026=1"}, {}}, {"programmable", {"000b:0007=1"}, {}},
         {"redial", {"000b:0024=1"}, {}},
     };
     for (const Step &step : steps) {
@@ -236,8 +233,9 @@ void TestHidapiParser::nestedCollectionsAndExtendedUsages()
     QCOMPARE(childrenOf(top), QStringList{"000b:0007 type2"});
     QCOMPARE(top->first_child->parent, top);
     // Hook Switch keeps the page in force when its Usage was read; Phone Mute carries its own.
-    QCOMPARE(elementsOf(top), (QStringList{"in 000b:0020 id0 @0+1 x1 f22", "in 000b:002f id0 @1+1 x1 f6",
-                                           "out 0008:0009 id0 @8+1 x1 f2"}));
+    QCOMPARE(
+        elementsOf(top),
+        (QStringList{"in 000b:0020 id0 @0+1 x1 f22", "in 000b:002f id0 @1+1 x1 f6", "out 0008:0009 id0 @8+1 x1 f2"}));
     QCOMPARE(elementsOf(top->first_child),
              (QStringList{"out 0008:0017 id0 @0+1 x1 f2", "out 0008:0018 id0 @1+1 x1 f2"}));
     top->first_child->first_element->next->output_value = 1; // Ring
@@ -297,8 +295,9 @@ void TestHidapiParser::countBeyondUsagesRepeatsTheLastUsage()
 {
     const DescriptorPtr d = parse(fromHex("050b0905a101 0920092f 150025017501 9503 8102 95058103 c0"));
     QVERIFY(d);
-    QCOMPARE(elementsOf(topLevel(d.get())),
-             (QStringList{"in 000b:0020 id0 @0+1 x1 f2", "in 000b:002f id0 @1+1 x1 f2", "in 000b:002f id0 @2+1 x1 f2"}));
+    QCOMPARE(
+        elementsOf(topLevel(d.get())),
+        (QStringList{"in 000b:0020 id0 @0+1 x1 f2", "in 000b:002f id0 @1+1 x1 f2", "in 000b:002f id0 @2+1 x1 f2"}));
 }
 
 void TestHidapiParser::outputReportsCarryTheirIdByte()
@@ -399,7 +398,8 @@ void TestHidapiParser::limits_data()
     QTest::newRow("collection left open") << fromHex("050b0905a101a100") + small.mid(6) << false;
     QTest::newRow("report size 32") << fromHex("050b0905a101 0920 7520 9501 8102 c0") << true;
     QTest::newRow("report size 33 with a usage") << fromHex("050b0905a101 0920 7521 9501 8102 c0") << false;
-    QTest::newRow("report size 40 of padding") << fromHex("050b0905a101 7528 9501 8103 0920 7501 8102 9507 8103 c0") << true;
+    QTest::newRow("report size 40 of padding")
+        << fromHex("050b0905a101 7528 9501 8103 0920 7501 8102 9507 8103 c0") << true;
     QTest::newRow("report count 12288") << fromHex("050b0905a101 0920 7501 960030 8102 c0") << true;
     QTest::newRow("report count 12289") << fromHex("050b0905a101 0920 7501 960130 8102 c0") << false;
     QTest::newRow("report size times count overflows") << fromHex("050b0905a101 77ffffffff 960030 8103 c0") << false;
@@ -441,7 +441,8 @@ void TestHidapiParser::malformedAndRandomDescriptors()
         hid_descriptor *d = hid_parse_descriptor(bytes.data(), bytes.size());
         if (!d)
             return false;
-        hid_set_element_callback(d, [](const hid_element *, void *) {}, nullptr);
+        hid_set_element_callback(
+            d, [](const hid_element *, void *) {}, nullptr);
         for (int i = 0; i < 8; ++i) {
             std::vector<unsigned char> report(random() % 12);
             for (unsigned char &b : report)

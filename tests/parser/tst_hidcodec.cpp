@@ -15,7 +15,7 @@ namespace {
 class Fields
 {
 public:
-    Fields& add(uint8_t size, int32_t value, HIDReportItemTypes type = Output, uint8_t reportId = 0,
+    Fields &add(uint8_t size, int32_t value, HIDReportItemTypes type = Output, uint8_t reportId = 0,
                 int32_t logicalMinimum = 0)
     {
         auto item = std::make_unique<HIDReportItem>();
@@ -29,12 +29,12 @@ public:
         return *this;
     }
 
-    std::vector<HIDReportItem*>& list() { return m_list; }
-    HIDReportItem* operator[](size_t i) { return m_list[i]; }
+    std::vector<HIDReportItem *> &list() { return m_list; }
+    HIDReportItem *operator[](size_t i) { return m_list[i]; }
 
 private:
     std::vector<std::unique_ptr<HIDReportItem>> m_owned;
-    std::vector<HIDReportItem*> m_list;
+    std::vector<HIDReportItem *> m_list;
 };
 
 // A heap block of exactly `size` bytes, so that AddressSanitizer sees any access past it.
@@ -46,7 +46,7 @@ struct ExactBuffer
     {
         std::fill(bytes.get(), bytes.get() + size, fill);
     }
-    QByteArray contents() const { return QByteArray(reinterpret_cast<const char*>(bytes.get()), int(size)); }
+    QByteArray contents() const { return QByteArray(reinterpret_cast<const char *>(bytes.get()), int(size)); }
     std::unique_ptr<unsigned char[]> bytes;
     size_t size;
 };
@@ -167,7 +167,7 @@ private slots:
     void byteZeroIsClearedEvenWithNothingToWrite()
     {
         ExactBuffer buffer(3, 0xEE);
-        std::vector<HIDReportItem*> none;
+        std::vector<HIDReportItem *> none;
         QVERIFY(HIDParserBase::makeOutputReport(buffer.bytes.get(), 3, none, 0));
         QCOMPARE(buffer.contents(), QByteArray::fromHex("00eeee")); // later bytes left alone
     }
@@ -190,7 +190,7 @@ private slots:
     {
         CapturingLogger logger;
         unsigned char byte = 0;
-        std::vector<HIDReportItem*> none;
+        std::vector<HIDReportItem *> none;
         QVERIFY(HIDParserBase::decodeReport(&byte, 1, none, 0, Input));
         Fields fields;
         fields.add(8, 0, Output);
@@ -210,7 +210,7 @@ private slots:
         Fields outputs;
         outputs.add(1, 1);
         QVERIFY(!HIDParserBase::makeOutputReport(empty.bytes.get(), 0, outputs.list(), 0));
-        std::vector<HIDReportItem*> none;
+        std::vector<HIDReportItem *> none;
         QVERIFY(HIDParserBase::makeOutputReport(empty.bytes.get(), 0, none, 0));
     }
 
@@ -223,7 +223,7 @@ private slots:
         fields.add(40, 0, Input, 0, -1).add(8, 0, Input).add(32, 0, Input, 0, -1);
         QVERIFY(HIDParserBase::decodeReport(buffer.bytes.get(), 10, fields.list(), 0, Input));
         QCOMPARE(uint32_t(fields[0]->value), 0x44332211u); // bits 32 to 39 dropped
-        QCOMPARE(fields[1]->value, 0x66);                   // starts at bit 40
+        QCOMPARE(fields[1]->value, 0x66);                  // starts at bit 40
         QCOMPARE(uint32_t(fields[2]->value), 0xAA998877u);
 
         fields[0]->value = -1;

@@ -11,7 +11,7 @@ using namespace hid;
 
 namespace {
 
-QByteArray hex(const char* text)
+QByteArray hex(const char *text)
 {
     return QByteArray::fromHex(text);
 }
@@ -19,36 +19,36 @@ QByteArray hex(const char* text)
 const QString parserFile = QStringLiteral("src/libs/qvhid/src/hidparserbase");
 
 // An item's dump line: 41 blanks up to a depth of 20, then the bytes shown.
-QString dump(const char* bytes, int blanks = 41)
+QString dump(const char *bytes, int blanks = 41)
 {
     return QStringLiteral("parseReportData ") + QString(blanks, QLatin1Char(' ')) + QLatin1String(bytes);
 }
 
-QString tag(const char* text)
+QString tag(const char *text)
 {
     return QStringLiteral("parseReportData") + QLatin1String(text);
 }
 
-QList<uint16_t> usages(const HIDReportInfo& info)
+QList<uint16_t> usages(const HIDReportInfo &info)
 {
     QList<uint16_t> result;
-    for (const HIDReportItem* item : info.items)
+    for (const HIDReportItem *item : info.items)
         result.append(item->usage);
     return result;
 }
 
-QList<uint16_t> offsets(const HIDReportInfo& info)
+QList<uint16_t> offsets(const HIDReportInfo &info)
 {
     QList<uint16_t> result;
-    for (const HIDReportItem* item : info.items)
+    for (const HIDReportItem *item : info.items)
         result.append(item->bitOffset);
     return result;
 }
 
-QStringList linesContaining(const CapturingLogger& logger, const QString& part)
+QStringList linesContaining(const CapturingLogger &logger, const QString &part)
 {
     QStringList result;
-    for (const QString& text : logger.texts()) {
+    for (const QString &text : logger.texts()) {
         if (text.contains(part))
             result.append(text);
     }
@@ -69,36 +69,69 @@ private slots:
         QCOMPARE(parseExactly(descriptors::everyTag(), info), HIDParserBase::ParseOk);
 
         const QStringList expected = {
-            tag(" USAGE_PAGE 11"),          dump("05 0b "),
-            tag(" USAGE 5"),                dump("09 05 "),
-            tag(" COLLECTION 1"),           dump("a1 01 "),
-            tag(" LOGICAL_MINIMUM -1"),     dump("15 ff "),
-            tag(" LOGICAL_MAXIMUM 1"),      dump("25 01 "),
-            tag(" PHYSICAL_MINIMUM -127"),  dump("35 81 "),
-            tag(" LOGICAL_MINIMUM 127"),    dump("45 7f "),
-            tag(" UNIT_EXPONENT 14"),       dump("55 0e "),
-            tag(" UNIT 1"),                 dump("65 01 "),
-            tag(" REPORT_SIZE 1"),          dump("75 01 "),
-            tag(" REPORT_ID 2"),            dump("85 02 "),
-            tag(" REPORT_COUNT 2"),         dump("95 02 "),
-            tag(" PUSH"),                   dump("a4 "),
-            tag(" POP"),                    dump("b4 "),
-            tag(" USAGE 32"),               dump("09 20 "),
-            tag(" USAGE_MINIMUM 1"),        dump("19 01 "),
-            tag(" USAGE_MAXIMUM 2"),        dump("29 02 "),
-            tag(" DESIGNATOR_INDEX 3"),     dump("39 03 "),
-            tag(" DESIGNATOR_MINIMUM 1"),   dump("49 01 "),
-            tag(" DESIGNATOR_MAXIMUM 2"),   dump("59 02 "),
-            tag(" STRING_INDEX 4"),         dump("79 04 "),
-            tag(" STRING_MINIMUM 1"),       dump("89 01 "),
-            tag(" STRING_MAXIMUM 5"),       dump("99 05 "),
-            tag(" DELIMITER 1"),            dump("a9 01 "),
-            tag(" COLLECTION 2"),           dump("a1 02 "),
-            tag(" INPUT 2"),   tag(" INPUT 2"),   dump("81 02 "),
-            tag(" OUTPUT 3"),  tag(" OUTPUT 3"),  dump("91 03 "),
-            tag(" FEATURE 2"), tag(" FEATURE 2"), dump("b1 02 "),
-            tag(" END_COLLECTION"),         dump("c0 "),
-            tag(" END_COLLECTION"),         dump("c0 "),
+            tag(" USAGE_PAGE 11"),
+            dump("05 0b "),
+            tag(" USAGE 5"),
+            dump("09 05 "),
+            tag(" COLLECTION 1"),
+            dump("a1 01 "),
+            tag(" LOGICAL_MINIMUM -1"),
+            dump("15 ff "),
+            tag(" LOGICAL_MAXIMUM 1"),
+            dump("25 01 "),
+            tag(" PHYSICAL_MINIMUM -127"),
+            dump("35 81 "),
+            tag(" LOGICAL_MINIMUM 127"),
+            dump("45 7f "),
+            tag(" UNIT_EXPONENT 14"),
+            dump("55 0e "),
+            tag(" UNIT 1"),
+            dump("65 01 "),
+            tag(" REPORT_SIZE 1"),
+            dump("75 01 "),
+            tag(" REPORT_ID 2"),
+            dump("85 02 "),
+            tag(" REPORT_COUNT 2"),
+            dump("95 02 "),
+            tag(" PUSH"),
+            dump("a4 "),
+            tag(" POP"),
+            dump("b4 "),
+            tag(" USAGE 32"),
+            dump("09 20 "),
+            tag(" USAGE_MINIMUM 1"),
+            dump("19 01 "),
+            tag(" USAGE_MAXIMUM 2"),
+            dump("29 02 "),
+            tag(" DESIGNATOR_INDEX 3"),
+            dump("39 03 "),
+            tag(" DESIGNATOR_MINIMUM 1"),
+            dump("49 01 "),
+            tag(" DESIGNATOR_MAXIMUM 2"),
+            dump("59 02 "),
+            tag(" STRING_INDEX 4"),
+            dump("79 04 "),
+            tag(" STRING_MINIMUM 1"),
+            dump("89 01 "),
+            tag(" STRING_MAXIMUM 5"),
+            dump("99 05 "),
+            tag(" DELIMITER 1"),
+            dump("a9 01 "),
+            tag(" COLLECTION 2"),
+            dump("a1 02 "),
+            tag(" INPUT 2"),
+            tag(" INPUT 2"),
+            dump("81 02 "),
+            tag(" OUTPUT 3"),
+            tag(" OUTPUT 3"),
+            dump("91 03 "),
+            tag(" FEATURE 2"),
+            tag(" FEATURE 2"),
+            dump("b1 02 "),
+            tag(" END_COLLECTION"),
+            dump("c0 "),
+            tag(" END_COLLECTION"),
+            dump("c0 "),
             tag(" 0: ReportId: 2  Type:In Offset:0 Bits:1\n"),
             tag(" 1: ReportId: 2  Type:In Offset:1 Bits:1\n"),
             tag(" 2: ReportId: 2  Type:Out Offset:0 Bits:1\n"),
@@ -110,7 +143,7 @@ private slots:
         for (int i = 0; i < std::min(actual.size(), expected.size()); ++i)
             QCOMPARE(actual[i], expected[i]);
         QCOMPARE(actual.size(), expected.size());
-        for (const CapturedLine& line : logger.lines()) {
+        for (const CapturedLine &line : logger.lines()) {
             QCOMPARE(line.level, 7);
             QCOMPARE(line.category, QStringLiteral("hid"));
             QCOMPARE(line.file, parserFile);
@@ -123,8 +156,8 @@ private slots:
         HIDReportInfo info;
         QCOMPARE(parseExactly(descriptors::everyTag(), info), HIDParserBase::ParseOk);
         QCOMPARE(info.collections.size(), size_t(2));
-        const HIDCollection* outer = info.collections[0];
-        const HIDCollection* inner = info.collections[1];
+        const HIDCollection *outer = info.collections[0];
+        const HIDCollection *inner = info.collections[1];
         QCOMPARE(outer->type, 1);
         QCOMPARE(outer->usagePage, 11);
         QCOMPARE(outer->usage, 5);
@@ -141,7 +174,7 @@ private slots:
         const HIDReportItemTypes types[] = {Input, Input, Output, Output, Feature, Feature};
         const uint16_t flags[] = {2, 2, 3, 3, 2, 2};
         for (size_t i = 0; i < info.items.size(); ++i) {
-            const HIDReportItem* item = info.items[i];
+            const HIDReportItem *item = info.items[i];
             QCOMPARE(item->type, types[i]);
             QCOMPARE(item->flags, flags[i]);
             QCOMPARE(item->bitOffset, uint16_t(i % 2));
@@ -161,7 +194,7 @@ private slots:
             QCOMPARE(item->collection, inner);
         }
         QCOMPARE(info.reportDetails.size(), size_t(1));
-        const HIDReportDetails& details = info.reportDetails.at(2);
+        const HIDReportDetails &details = info.reportDetails.at(2);
         QCOMPARE(details.reportId, 2);
         QCOMPARE(details.usagePage, 11);
         QCOMPARE(details.inputSize, 1);
@@ -209,10 +242,10 @@ private slots:
         QCOMPARE(info.items[2]->type, Output);
         QCOMPARE(info.items[3]->usagePage, 1);
         QCOMPARE(info.reportDetails.size(), size_t(2));
-        const HIDReportDetails& first = info.reportDetails.at(0);
+        const HIDReportDetails &first = info.reportDetails.at(0);
         QCOMPARE(first.usagePage, 1);
         QCOMPARE(first.inputSize, 1);
-        const HIDReportDetails& second = info.reportDetails.at(2);
+        const HIDReportDetails &second = info.reportDetails.at(2);
         QCOMPARE(second.reportId, 2);
         QCOMPARE(second.usagePage, 0x0C); // the page in force at its first field
         QCOMPARE(second.inputSize, 2);
@@ -255,10 +288,10 @@ private slots:
         QCOMPARE(info.items[0]->logicalMinimum, std::numeric_limits<int32_t>::min());
         QCOMPARE(info.items[0]->logicalMaximum, std::numeric_limits<int32_t>::max());
         QCOMPARE(info.items[0]->usagePage, 1); // a 32-bit usage page keeps its low 16 bits
-        QCOMPARE(logger.texts().mid(0, 6),
-                 (QStringList{tag(" LOGICAL_MINIMUM -2147483648"), dump("17 00 00 00 "),
-                              tag(" LOGICAL_MAXIMUM 2147483647"), dump("27 ff ff ff "),
-                              tag(" USAGE_PAGE 786433"), dump("07 01 00 0c ")}));
+        QCOMPARE(
+            logger.texts().mid(0, 6),
+            (QStringList{tag(" LOGICAL_MINIMUM -2147483648"), dump("17 00 00 00 "), tag(" LOGICAL_MAXIMUM 2147483647"),
+                         dump("27 ff ff ff "), tag(" USAGE_PAGE 786433"), dump("07 01 00 0c ")}));
     }
 
     void physicalMaximumWritesTheLogicalMinimumText()
@@ -409,7 +442,8 @@ private slots:
         const QStringList summary = linesContaining(logger, QStringLiteral("ReportId:"));
         QCOMPARE(summary.size(), int(items + 1));
         QCOMPARE(summary.first(), tag(" 0: ReportId: 0  Type:In Offset:0 Bits:1\n"));
-        QCOMPARE(summary.last(), tag(QStringLiteral("%1: ReportId: 3  Type:In Offset:0 Bits:1\n").arg(items).toLatin1().constData()));
+        QCOMPARE(summary.last(),
+                 tag(QStringLiteral("%1: ReportId: 3  Type:In Offset:0 Bits:1\n").arg(items).toLatin1().constData()));
     }
 
     void offsetsWrapAtSixteenBits()
@@ -440,7 +474,7 @@ private slots:
         HIDReportInfo info;
         QCOMPARE(parseExactly(descriptors::telephonyHeadset(), info), 0);
         QCOMPARE(info.collections.size(), size_t(1));
-        HIDCollection* headset = info.collections[0];
+        HIDCollection *headset = info.collections[0];
         QCOMPARE(headset->type, 1);
         QCOMPARE(headset->usagePage, 0x0B);
         QCOMPARE(headset->usage, 0x05);
@@ -463,7 +497,7 @@ private slots:
             {Output, 0x08, 0x2A, 5, 1, 0x22}, {Output, 0x08, 0, 6, 1, 0x03},    {Output, 0x08, 0, 7, 1, 0x03},
         };
         for (size_t i = 0; i < std::size(expected); ++i) {
-            const HIDReportItem* item = info.items[i];
+            const HIDReportItem *item = info.items[i];
             QCOMPARE(item->type, expected[i].type);
             QCOMPARE(item->usagePage, expected[i].page);
             QCOMPARE(item->usage, expected[i].usage);
@@ -476,25 +510,25 @@ private slots:
         QCOMPARE(info.items[3]->logicalMaximum, 3);
 
         QCOMPARE(info.reportDetails.size(), size_t(1));
-        const HIDReportDetails& details = info.reportDetails.at(0);
+        const HIDReportDetails &details = info.reportDetails.at(0);
         QCOMPARE(details.usagePage, 0x0B);
         QCOMPARE(details.inputSize, 1);
         QCOMPARE(details.outputSize, 1);
         QCOMPARE(details.featureSize, 0);
 
         // Hook switch down, flash pressed, button 2 of the array: 0b000'10'1'0'1.
-        std::vector<HIDReportItem*> inputs;
+        std::vector<HIDReportItem *> inputs;
         info.findReportItems(headset, 0, Input, inputs);
         unsigned char report[] = {0x15};
         QVERIFY(HIDParserBase::decodeReport(report, 1, inputs, 0, Input));
         QList<int> values;
-        for (const HIDReportItem* item : inputs)
+        for (const HIDReportItem *item : inputs)
             values.append(item->value);
         QCOMPARE(values, (QList<int>{1, 0, 1, 2, 0, 0, 0}));
         QCOMPARE(info.findReportItem(headset, Input, 0x0B, 0x05, 0x0B, 0x20)->value, 1);
 
         // Off-Hook, Hold and On-Line lamps on.
-        std::vector<HIDReportItem*> outputs;
+        std::vector<HIDReportItem *> outputs;
         info.findReportItems(headset, 0, Output, outputs);
         QCOMPARE(outputs.size(), size_t(8));
         const int lamps[] = {1, 0, 0, 1, 0, 1, 0, 0};
@@ -531,10 +565,10 @@ private slots:
         QCOMPARE(info.findReportId(0x08), 2);
         QCOMPARE(info.findReportId(0x0B), 1);
 
-        HIDCollection* headset = info.collections[0];
+        HIDCollection *headset = info.collections[0];
         // A report as hidraw delivers it: the report-id byte, then the body.
         unsigned char report[] = {0x01, 0x0A};
-        std::vector<HIDReportItem*> inputs;
+        std::vector<HIDReportItem *> inputs;
         info.findReportItems(headset, report[0], Input, inputs);
         QCOMPARE(inputs.size(), size_t(7));
         QVERIFY(HIDParserBase::decodeReport(report + 1, 1, inputs, report[0], Input));
@@ -542,7 +576,7 @@ private slots:
         QCOMPARE(inputs[1]->value, 1); // phone mute
         QCOMPARE(inputs[3]->value, 1); // button 1 of the array
 
-        std::vector<HIDReportItem*> outputs;
+        std::vector<HIDReportItem *> outputs;
         info.findReportItems(headset, 2, Output, outputs);
         outputs[2]->value = 1; // Ring
         outputs[5]->value = 1; // On-Line

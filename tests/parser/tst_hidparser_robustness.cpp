@@ -18,7 +18,7 @@ namespace {
 class DiscardingLogger : public common::logger::ILogger
 {
 public:
-    void Write(const common::logger::IMessage& message) override { characters += message.text().size(); }
+    void Write(const common::logger::IMessage &message) override { characters += message.text().size(); }
     qint64 characters = 0;
 };
 
@@ -29,22 +29,23 @@ QList<QByteArray> wellFormedDescriptors()
         descriptors::telephonyHeadsetWithReportIds(),
         descriptors::everyTag(),
         // A descriptor with 32-bit items and a long item.
-        QByteArray::fromHex("0b05000b00 a101 1700000080 27ffffff7f 7520 9502 8102 fe0300aabbcc 0508 0917 7501 9501 9102 c0"),
+        QByteArray::fromHex(
+            "0b05000b00 a101 1700000080 27ffffff7f 7520 9502 8102 fe0300aabbcc 0508 0917 7501 9501 9102 c0"),
     };
 }
 
 // The model's own consistency: what every query may rely on.
-void checkModel(const HIDReportInfo& info)
+void checkModel(const HIDReportInfo &info)
 {
-    for (const HIDReportItem* item : info.items) {
+    for (const HIDReportItem *item : info.items) {
         QVERIFY(item->type == Input || item->type == Output || item->type == Feature);
         if (item->collection) {
-            const auto& siblings = item->collection->items;
+            const auto &siblings = item->collection->items;
             QVERIFY(std::find(siblings.begin(), siblings.end(), item) != siblings.end());
         }
     }
     for (size_t i = 0; i < info.collections.size(); ++i) {
-        const HIDCollection* parent = info.collections[i]->parent;
+        const HIDCollection *parent = info.collections[i]->parent;
         if (parent) {
             const auto begin = info.collections.begin();
             QVERIFY(std::find(begin, begin + long(i), parent) != begin + long(i)); // parents come first
@@ -53,25 +54,27 @@ void checkModel(const HIDReportInfo& info)
 }
 
 // Decodes and encodes every report of the model through exact-size buffers of several lengths.
-void exerciseCodec(HIDReportInfo& info, QRandomGenerator& random)
+void exerciseCodec(HIDReportInfo &info, QRandomGenerator &random)
 {
-    for (const auto& [reportId, details] : info.reportDetails) {
+    for (const auto &[reportId, details] : info.reportDetails) {
         for (HIDReportItemTypes type : {Input, Output, Feature}) {
-            std::vector<HIDReportItem*> fields;
-            for (HIDReportItem* item : info.items) {
+            std::vector<HIDReportItem *> fields;
+            for (HIDReportItem *item : info.items) {
                 if (item->reportId == reportId && item->type == type)
                     fields.push_back(item);
             }
             std::sort(fields.begin(), fields.end(),
-                      [](const HIDReportItem* a, const HIDReportItem* b) { return a->bitOffset < b->bitOffset; });
-            const int size = type == Input ? details.inputSize : type == Output ? details.outputSize : details.featureSize;
+                      [](const HIDReportItem *a, const HIDReportItem *b) { return a->bitOffset < b->bitOffset; });
+            const int size = type == Input ? details.inputSize
+                : type == Output           ? details.outputSize
+                                           : details.featureSize;
             for (int length : {0, 1, size / 2, size, size + 1}) {
                 length = std::clamp(length, 0, 255);
                 std::unique_ptr<unsigned char[]> buffer(new unsigned char[size_t(length)]);
                 for (int i = 0; i < length; ++i)
                     buffer[size_t(i)] = uint8_t(random.bounded(256));
                 HIDParserBase::decodeReport(buffer.get(), uint8_t(length), fields, reportId, type);
-                for (HIDReportItem* field : fields)
+                for (HIDReportItem *field : fields)
                     field->value = int32_t(random.generate());
                 HIDParserBase::makeOutputReport(buffer.get(), uint8_t(length), fields, reportId);
             }
@@ -91,7 +94,7 @@ private slots:
         QRandomGenerator random(1);
         DiscardingLogger logger;
         common::logger::SetLogger(&logger);
-        for (const QByteArray& descriptor : wellFormedDescriptors()) {
+        for (const QByteArray &descriptor : wellFormedDescriptors()) {
             for (int length = 0; length <= descriptor.size(); ++length) {
                 HIDReportInfo info;
                 const int result = parseExactly(descriptor.left(length), info);
@@ -114,12 +117,12 @@ private slots:
             // Every other round with a logger, so the trace formatting is exercised as well.
             common::logger::SetLogger(round % 2 ? &logger : nullptr);
             QByteArray bytes(int(random.bounded(1, 80)), Qt::Uninitialized);
-            for (char& byte : bytes)
+            for (char &byte : bytes)
                 byte = char(random.bounded(256));
             HIDReportInfo info;
             const int result = parseExactly(bytes, info);
-            QVERIFY(result == HIDParserBase::ParseOk || result == HIDParserBase::ParseStackEmptyOnPop ||
-                    result == HIDParserBase::ParseNoOpenCollection);
+            QVERIFY(result == HIDParserBase::ParseOk || result == HIDParserBase::ParseStackEmptyOnPop
+                    || result == HIDParserBase::ParseNoOpenCollection);
             ++results[result];
             checkModel(info);
             exerciseCodec(info, random);

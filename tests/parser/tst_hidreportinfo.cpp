@@ -11,14 +11,14 @@ namespace {
 class ModelBuilder
 {
 public:
-    explicit ModelBuilder(HIDReportInfo& info)
+    explicit ModelBuilder(HIDReportInfo &info)
         : m_info(info)
     {
     }
 
-    HIDCollection* collection(uint16_t page, uint16_t usage, HIDCollection* parent = nullptr)
+    HIDCollection *collection(uint16_t page, uint16_t usage, HIDCollection *parent = nullptr)
     {
-        auto* collection = new HIDCollection;
+        auto *collection = new HIDCollection;
         collection->usagePage = page;
         collection->usage = usage;
         collection->parent = parent;
@@ -26,10 +26,10 @@ public:
         return collection;
     }
 
-    HIDReportItem* item(HIDCollection* in, HIDReportItemTypes type, uint8_t reportId, uint16_t page, uint16_t usage,
+    HIDReportItem *item(HIDCollection *in, HIDReportItemTypes type, uint8_t reportId, uint16_t page, uint16_t usage,
                         uint16_t bitOffset = 0, int32_t value = 0)
     {
-        auto* item = new HIDReportItem;
+        auto *item = new HIDReportItem;
         item->type = type;
         item->reportId = reportId;
         item->usagePage = page;
@@ -44,7 +44,7 @@ public:
     }
 
 private:
-    HIDReportInfo& m_info;
+    HIDReportInfo &m_info;
 };
 
 } // namespace
@@ -80,8 +80,8 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* other = build.collection(0x01, 0x02);
-        HIDCollection* first = build.collection(0x0B, 0x05, other);
+        HIDCollection *other = build.collection(0x01, 0x02);
+        HIDCollection *first = build.collection(0x0B, 0x05, other);
         build.collection(0x0B, 0x05);
         QCOMPARE(info.findCollection(0x0B, 0x05), first);
         QCOMPARE(info.findCollection(0x0B, 0x06), nullptr);
@@ -91,12 +91,12 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x0B, 0x05);
+        HIDCollection *c = build.collection(0x0B, 0x05);
         build.item(c, Input, 1, 0x0B, 0x21);
-        HIDReportItem* hook = build.item(c, Output, 2, 0x0B, 0x20);
+        HIDReportItem *hook = build.item(c, Output, 2, 0x0B, 0x20);
         build.item(c, Input, 1, 0x0B, 0x20);
         QCOMPARE(info.findReportItem(c->items, 0x0B, 0x20), hook); // any type and report id
-        QCOMPARE(info.findReportItem(std::vector<HIDReportItem*>(), 0x0B, 0x20), nullptr);
+        QCOMPARE(info.findReportItem(std::vector<HIDReportItem *>(), 0x0B, 0x20), nullptr);
         QCOMPARE(info.findReportItem(c->items, 0x08, 0x20), nullptr);
     }
 
@@ -104,14 +104,14 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* top = build.collection(0x01, 0x01);
-        HIDCollection* child = build.collection(0x0B, 0x05, top);
-        HIDCollection* grandChild = build.collection(0x0B, 0x05, child);
-        HIDCollection* unrelated = build.collection(0x0B, 0x05);
-        build.item(top, Input, 0, 0x0B, 0x20);          // top's usage differs: not searched
-        build.item(child, Output, 0, 0x0B, 0x20);       // wrong type
-        HIDReportItem* wanted = build.item(grandChild, Input, 0, 0x0B, 0x20);
-        build.item(unrelated, Input, 0, 0x0B, 0x20);    // not a descendant
+        HIDCollection *top = build.collection(0x01, 0x01);
+        HIDCollection *child = build.collection(0x0B, 0x05, top);
+        HIDCollection *grandChild = build.collection(0x0B, 0x05, child);
+        HIDCollection *unrelated = build.collection(0x0B, 0x05);
+        build.item(top, Input, 0, 0x0B, 0x20);    // top's usage differs: not searched
+        build.item(child, Output, 0, 0x0B, 0x20); // wrong type
+        HIDReportItem *wanted = build.item(grandChild, Input, 0, 0x0B, 0x20);
+        build.item(unrelated, Input, 0, 0x0B, 0x20); // not a descendant
 
         QCOMPARE(info.findReportItem(top, Input, 0x0B, 0x05, 0x0B, 0x20), wanted);
         QCOMPARE(info.findReportItem(child, Output, 0x0B, 0x05, 0x0B, 0x20), child->items[0]);
@@ -123,44 +123,44 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x0B, 0x05);
-        HIDCollection* sub = build.collection(0x08, 0x00, c);
-        HIDReportItem* at5 = build.item(c, Input, 1, 0x0B, 0x20, 5);
-        HIDReportItem* at1 = build.item(sub, Input, 1, 0x08, 0x17, 1);
-        HIDReportItem* at3 = build.item(c, Input, 1, 0x0B, 0x21, 3);
+        HIDCollection *c = build.collection(0x0B, 0x05);
+        HIDCollection *sub = build.collection(0x08, 0x00, c);
+        HIDReportItem *at5 = build.item(c, Input, 1, 0x0B, 0x20, 5);
+        HIDReportItem *at1 = build.item(sub, Input, 1, 0x08, 0x17, 1);
+        HIDReportItem *at3 = build.item(c, Input, 1, 0x0B, 0x21, 3);
         build.item(c, Input, 2, 0x0B, 0x22, 0);  // other report id
         build.item(c, Output, 1, 0x0B, 0x22, 0); // other type
         HIDReportItem previous;
         previous.bitOffset = 2;
 
-        std::vector<HIDReportItem*> out{&previous};
+        std::vector<HIDReportItem *> out{&previous};
         info.findReportItems(c, 1, Input, out);
-        QCOMPARE(out, (std::vector<HIDReportItem*>{at1, &previous, at3, at5}));
+        QCOMPARE(out, (std::vector<HIDReportItem *>{at1, &previous, at3, at5}));
     }
 
     void findReportItemsByReportIdRepeatsDirectItems()
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x0B, 0x05);
-        HIDReportItem* a = build.item(c, Input, 1, 0x0B, 0x20);
-        HIDReportItem* b = build.item(c, Output, 1, 0x08, 0x17); // does not match, appended anyway
-        HIDReportItem* d = build.item(c, Input, 1, 0x0B, 0x21);
-        HIDCollection* child = build.collection(0x0B, 0x05, c);
-        HIDReportItem* childOutput = build.item(child, Output, 9, 0x08, 0x18);
+        HIDCollection *c = build.collection(0x0B, 0x05);
+        HIDReportItem *a = build.item(c, Input, 1, 0x0B, 0x20);
+        HIDReportItem *b = build.item(c, Output, 1, 0x08, 0x17); // does not match, appended anyway
+        HIDReportItem *d = build.item(c, Input, 1, 0x0B, 0x21);
+        HIDCollection *child = build.collection(0x0B, 0x05, c);
+        HIDReportItem *childOutput = build.item(child, Output, 9, 0x08, 0x18);
 
-        std::vector<HIDReportItem*> out;
+        std::vector<HIDReportItem *> out;
         info.findReportItemsByReportID(c, Input, 0x0B, 0x05, 1, out);
-        QCOMPARE(out, (std::vector<HIDReportItem*>{a, a, b, b, d, d, childOutput}));
+        QCOMPARE(out, (std::vector<HIDReportItem *>{a, a, b, b, d, d, childOutput}));
     }
 
     void findReportItemsByReportIdWithNoMatchAppendsNoDirectItem()
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x0B, 0x05);
+        HIDCollection *c = build.collection(0x0B, 0x05);
         build.item(c, Input, 1, 0x0B, 0x20);
-        std::vector<HIDReportItem*> out;
+        std::vector<HIDReportItem *> out;
         info.findReportItemsByReportID(c, Feature, 0x0B, 0x05, 1, out);
         QVERIFY(out.empty());
     }
@@ -169,19 +169,19 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x01, 0x01); // usage differs: first pass skipped
+        HIDCollection *c = build.collection(0x01, 0x01); // usage differs: first pass skipped
         build.item(c, Input, 4, 0x0B, 0x20);
         build.item(c, Input, 4, 0x0B, 0x21);
-        HIDCollection* child = build.collection(0x0B, 0x05, c);
-        HIDReportItem* childInput = build.item(child, Input, 4, 0x0B, 0x20, 0, 1);
-        HIDReportItem* childFeature = build.item(child, Feature, 7, 0x0B, 0x21, 0, 0);
-        HIDReportItem* childOutput = build.item(child, Output, 7, 0x08, 0x17, 0, 0);
+        HIDCollection *child = build.collection(0x0B, 0x05, c);
+        HIDReportItem *childInput = build.item(child, Input, 4, 0x0B, 0x20, 0, 1);
+        HIDReportItem *childFeature = build.item(child, Feature, 7, 0x0B, 0x21, 0, 0);
+        HIDReportItem *childOutput = build.item(child, Output, 7, 0x08, 0x17, 0, 0);
 
-        std::vector<HIDReportItem*> out;
+        std::vector<HIDReportItem *> out;
         info.findReportItemsByReportID(c, Input, 0x0B, 0x05, 4, out);
         // Item j of the descendant is taken when item j of `c` has the report id, whatever the
         // descendant's own report id; index 2 is past `c`'s items and does not match.
-        QCOMPARE(out, (std::vector<HIDReportItem*>{childFeature}));
+        QCOMPARE(out, (std::vector<HIDReportItem *>{childFeature}));
         QVERIFY(std::find(out.begin(), out.end(), childInput) == out.end());
         QVERIFY(std::find(out.begin(), out.end(), childOutput) == out.end());
 
@@ -197,8 +197,8 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x08, 0x00);
-        HIDReportItem* lamp = build.item(c, Output, 2, 0x08, 0x17);
+        HIDCollection *c = build.collection(0x08, 0x00);
+        HIDReportItem *lamp = build.item(c, Output, 2, 0x08, 0x17);
         build.item(c, Output, 3, 0x08, 0x18, 0, 1); // other report id
         QVERIFY(info.isEmptyValue(c, Output, 0x08, 0x00, 2));
         lamp->value = -1;
@@ -210,9 +210,9 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x01, 0x01);
+        HIDCollection *c = build.collection(0x01, 0x01);
         build.item(c, Output, 0, 0x08, 0x17, 0, 1);
-        HIDCollection* child = build.collection(0x01, 0x02, c);
+        HIDCollection *child = build.collection(0x01, 0x02, c);
         build.item(child, Output, 0, 0x08, 0x17, 0, 1);
         QVERIFY(info.isEmptyValue(c, Output, 0x0B, 0x05, 0));
     }
@@ -221,12 +221,12 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x0B, 0x05);
+        HIDCollection *c = build.collection(0x0B, 0x05);
         build.item(c, Output, 0, 0x08, 0x17, 0, 1)->value = 1;
-        HIDCollection* missing = info.findCollection(0x0C, 0x01);
+        HIDCollection *missing = info.findCollection(0x0C, 0x01);
         QVERIFY(!missing);
         QVERIFY(!info.findReportItem(missing, Output, 0x0B, 0x05, 0x08, 0x17));
-        std::vector<HIDReportItem*> out;
+        std::vector<HIDReportItem *> out;
         info.findReportItems(missing, 0, Output, out);
         info.findReportItemsByReportID(missing, Output, 0x0B, 0x05, 0, out);
         QVERIFY(out.empty());
@@ -237,13 +237,13 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* c = build.collection(0x0B, 0x05);
+        HIDCollection *c = build.collection(0x0B, 0x05);
         build.item(c, Output, 0, 0x08, 0x17, 0, 1);
-        HIDCollection* child = build.collection(0x0B, 0x05, c);
+        HIDCollection *child = build.collection(0x0B, 0x05, c);
         build.item(child, Feature, 0, 0x08, 0x18, 0, 7);
         QVERIFY(!info.isEmptyValue(c, Output, 0x0B, 0x05, 0));
         info.reset();
-        for (HIDReportItem* item : info.items)
+        for (HIDReportItem *item : info.items)
             QCOMPARE(item->value, 0);
         QVERIFY(info.isEmptyValue(c, Output, 0x0B, 0x05, 0));
         QVERIFY(info.isEmptyValue(c, Feature, 0x0B, 0x05, 0));
@@ -263,10 +263,10 @@ private slots:
 
     void clearForgetsButDoesNotDelete()
     {
-        auto* info = new HIDReportInfo;
+        auto *info = new HIDReportInfo;
         ModelBuilder build(*info);
-        HIDCollection* c = build.collection(0x0B, 0x05);
-        HIDReportItem* item = build.item(c, Input, 0, 0x0B, 0x20, 0, 1);
+        HIDCollection *c = build.collection(0x0B, 0x05);
+        HIDReportItem *item = build.item(c, Input, 0, 0x0B, 0x20, 0, 1);
         info->reportDetails[0] = HIDReportDetails(0, 1, 0, 0, 0x0B);
         info->clear();
         QVERIFY(info->items.empty());
@@ -274,9 +274,9 @@ private slots:
         QVERIFY(info->reportDetails.empty());
         QCOMPARE(info->findCollection(0x0B, 0x05), nullptr);
         QCOMPARE(info->findReportId(0x0B), 0);
-        std::vector<HIDReportItem*> out;
+        std::vector<HIDReportItem *> out;
         info->findReportItems(c, 0, Input, out);
-        QCOMPARE(out, std::vector<HIDReportItem*>{item}); // only c's own list, which c still has
+        QCOMPARE(out, std::vector<HIDReportItem *>{item}); // only c's own list, which c still has
         delete info;
         // The model no longer owned them: they are still alive and the caller frees them.
         QCOMPARE(item->value, 1);
@@ -289,11 +289,11 @@ private slots:
     {
         HIDReportInfo info;
         ModelBuilder build(info);
-        HIDCollection* a = build.collection(0x0B, 0x05);
-        HIDCollection* b = build.collection(0x0B, 0x05, a);
+        HIDCollection *a = build.collection(0x0B, 0x05);
+        HIDCollection *b = build.collection(0x0B, 0x05, a);
         a->parent = b; // not something the parser makes; a client could
-        HIDCollection* start = build.collection(0x01, 0x01);
-        std::vector<HIDReportItem*> out;
+        HIDCollection *start = build.collection(0x01, 0x01);
+        std::vector<HIDReportItem *> out;
         info.findReportItems(start, 0, Input, out);
         QVERIFY(out.empty());
         QVERIFY(info.isEmptyValue(start, Output, 0x0B, 0x05, 0));

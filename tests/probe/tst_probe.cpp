@@ -77,16 +77,26 @@ void TestProbe::demoPlaysAWholeCall_data()
     QTest::addColumn<QString>("product");
     QTest::addColumn<QString>("mutedLamps");
     QTest::addColumn<QString>("heldLamps");
-    QTest::newRow("default") << QString() << "Office Headset 20" << "Off-Hook Mute On-Line" << "Off-Hook Hold On-Line";
-    QTest::newRow("telephony-headset") << "telephony-headset" << "Office Headset 20" << "Off-Hook Mute On-Line"
+    QTest::newRow("default") << QString() << "Office Headset 20"
+                             << "Off-Hook Mute On-Line"
+                             << "Off-Hook Hold On-Line";
+    QTest::newRow("telephony-headset") << "telephony-headset"
+                                       << "Office Headset 20"
+                                       << "Off-Hook Mute On-Line"
                                        << "Off-Hook Hold On-Line";
-    QTest::newRow("telephony-headset-no-ids") << "telephony-headset-no-ids" << "Office Headset 30"
-                                              << "Off-Hook Mute On-Line" << "Off-Hook Hold On-Line";
-    QTest::newRow("echoing-headset") << "echoing-headset" << "Desk Headset 310" << "Off-Hook Mute On-Line"
+    QTest::newRow("telephony-headset-no-ids") << "telephony-headset-no-ids"
+                                              << "Office Headset 30"
+                                              << "Off-Hook Mute On-Line"
+                                              << "Off-Hook Hold On-Line";
+    QTest::newRow("echoing-headset") << "echoing-headset"
+                                     << "Desk Headset 310"
+                                     << "Off-Hook Mute On-Line"
                                      << "Off-Hook Hold On-Line";
     // This model's dictionary row mutes with the Microphone lamp and holds without Off-Hook.
-    QTest::newRow("vendor-page-headset") << "vendor-page-headset" << "Link Adapter 360"
-                                         << "Off-Hook Microphone On-Line" << "Hold On-Line";
+    QTest::newRow("vendor-page-headset") << "vendor-page-headset"
+                                         << "Link Adapter 360"
+                                         << "Off-Hook Microphone On-Line"
+                                         << "Hold On-Line";
 }
 
 void TestProbe::demoPlaysAWholeCall()
@@ -101,20 +111,25 @@ void TestProbe::demoPlaysAWholeCall()
     QVERIFY2(run.exitCode == 0, qPrintable(run.out + run.err));
     QVERIFY(clock.elapsed() < 30000); // a wide margin; the demo itself takes about 1.5 s
     QVERIFY(run.out.contains(QStringLiteral("Virtual headset \"%1\"").arg(product)));
-    QVERIFY(run.out.contains(QStringLiteral("The application's audio device: \"Headset Microphone (2- %1)\"").arg(product)));
-    QCOMPARE(row(run.out, QStringLiteral("uses the headset")),
-             QStringLiteral("application uses the headset (all off) deviceShow \"%1\", state \"Initial\"").arg(product));
+    QVERIFY(run.out.contains(
+        QStringLiteral("The application's audio device: \"Headset Microphone (2- %1)\"").arg(product)));
+    QCOMPARE(
+        row(run.out, QStringLiteral("uses the headset")),
+        QStringLiteral("application uses the headset (all off) deviceShow \"%1\", state \"Initial\"").arg(product));
     QCOMPARE(row(run.out, QStringLiteral("call comes in")),
              QStringLiteral("application call comes in Ring On-Line state \"Incoming call\""));
-    QCOMPARE(row(run.out, QStringLiteral("answer pressed")),
-             QStringLiteral("headset answer pressed Off-Hook On-Line click (the application reports the call answered), "
-                            "state \"Talk\""));
+    QCOMPARE(
+        row(run.out, QStringLiteral("answer pressed")),
+        QStringLiteral("headset answer pressed Off-Hook On-Line click (the application reports the call answered), "
+                       "state \"Talk\""));
     QCOMPARE(row(run.out, QStringLiteral("mute pressed")),
              QStringLiteral("headset mute pressed %1 clickMute (the application reports the call muted), "
-                            "state \"Talk muted\"").arg(mutedLamps));
+                            "state \"Talk muted\"")
+                 .arg(mutedLamps));
     QCOMPARE(row(run.out, QStringLiteral("call unmuted")),
              QStringLiteral("application call unmuted Off-Hook On-Line state \"Talk\""));
-    QCOMPARE(row(run.out, QStringLiteral("call held")), QStringLiteral("application call held %1 state \"Hold\"").arg(heldLamps));
+    QCOMPARE(row(run.out, QStringLiteral("call held")),
+             QStringLiteral("application call held %1 state \"Hold\"").arg(heldLamps));
     QCOMPARE(row(run.out, QStringLiteral("call ended")),
              QStringLiteral("application call ended (all off) nothing (the state stays as it was)"));
     QVERIFY(run.out.contains(QLatin1String("All 8 steps behaved as expected")));
@@ -135,11 +150,12 @@ void TestProbe::demoPlaysAnUnlistedHeadsetOnlyWithAFallback()
 {
     const ProbeRun refused = runProbe({QStringLiteral("demo"), QStringLiteral("unlisted-headset")});
     QCOMPARE(refused.exitCode, 1);
-    QCOMPARE(refused.err, QStringLiteral("qvhid-probe demo: no dictionary row lists unlisted-headset (0x1209:0x0050); "
-                                         "'qvhid-probe demo unlisted-headset --fallback Standart' binds it through the "
-                                         "standard fallback configuration.\n"));
-    const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("unlisted-headset"), QStringLiteral("--fallback"),
-                                   QStringLiteral("Standart")});
+    QCOMPARE(refused.err,
+             QStringLiteral("qvhid-probe demo: no dictionary row lists unlisted-headset (0x1209:0x0050); "
+                            "'qvhid-probe demo unlisted-headset --fallback Standart' binds it through the "
+                            "standard fallback configuration.\n"));
+    const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("unlisted-headset"),
+                                   QStringLiteral("--fallback"), QStringLiteral("Standart")});
     QVERIFY2(run.exitCode == 0, qPrintable(run.out + run.err));
     QCOMPARE(row(run.out, QStringLiteral("call comes in")),
              QStringLiteral("application call comes in Ring On-Line state \"Incoming call\""));
@@ -184,8 +200,8 @@ void TestProbe::udevRulesCoverTheBuiltInDictionary()
     QCOMPARE(run.exitCode, 0);
     const QStringList rules = ruleLines(run.out);
     QCOMPARE(rules.size(), 22); // 23 rows, one product listed twice
-    const QRegularExpression rule(QStringLiteral(
-        "^SUBSYSTEM==\"hidraw\", ATTRS\\{idVendor\\}==\"[0-9a-f]{4}\", ATTRS\\{idProduct\\}==\"[0-9a-f]{4}\", TAG\\+=\"uaccess\"$"));
+    const QRegularExpression rule(QStringLiteral("^SUBSYSTEM==\"hidraw\", ATTRS\\{idVendor\\}==\"[0-9a-f]{4}\", "
+                                                 "ATTRS\\{idProduct\\}==\"[0-9a-f]{4}\", TAG\\+=\"uaccess\"$"));
     for (const QString &line : rules)
         QVERIFY2(rule.match(line).hasMatch(), qPrintable(line));
     QVERIFY(rules.contains(QStringLiteral(
@@ -196,33 +212,38 @@ void TestProbe::udevRulesCoverTheBuiltInDictionary()
 void TestProbe::udevRulesOfADictionaryFile()
 {
     QTemporaryDir dir;
-    const QString file = writeFile(QDir(dir.path()), QStringLiteral("headsets.json"), R"({ "configurations": { "Standart": {} },
+    const QString file =
+        writeFile(QDir(dir.path()), QStringLiteral("headsets.json"), R"({ "configurations": { "Standart": {} },
         "devices": [ { "name": "One", "vid": "0x1209", "pid": "0xBEEF", "configuration": "Standart" },
                      { "name": "All of a vendor", "vid": "0x2E8A", "configuration": "Standart" } ] })");
     const ProbeRun run = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), file});
     QCOMPARE(run.exitCode, 0);
-    QCOMPARE(ruleLines(run.out),
-             (QStringList{"SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"beef\", TAG+=\"uaccess\"",
-                          "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"2e8a\", TAG+=\"uaccess\""}));
+    QCOMPARE(
+        ruleLines(run.out),
+        (QStringList{"SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"beef\", TAG+=\"uaccess\"",
+                     "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"2e8a\", TAG+=\"uaccess\""}));
 }
 
 void TestProbe::udevRulesSayHowToReachHeadsetsOfTheFallback()
 {
     QTemporaryDir dir;
-    const QString file = writeFile(QDir(dir.path()), QStringLiteral("fallback.json"), R"({ "fallbackConfiguration": "Standart" })");
+    const QString file =
+        writeFile(QDir(dir.path()), QStringLiteral("fallback.json"), R"({ "fallbackConfiguration": "Standart" })");
     const ProbeRun run = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), file});
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(ruleLines(run.out).size(), 22); // the built-in rows, under which the text is read
-    QVERIFY(run.out.contains(QLatin1String("# Headsets bound through the dictionary's fallback configuration have no row, "
-                                           "and no rule\n# here: 'qvhid-probe list' prints the rule for each such headset "
-                                           "plugged in.\n")));
+    QVERIFY(
+        run.out.contains(QLatin1String("# Headsets bound through the dictionary's fallback configuration have no row, "
+                                       "and no rule\n# here: 'qvhid-probe list' prints the rule for each such headset "
+                                       "plugged in.\n")));
     const ProbeRun help = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--help")});
     QVERIFY(help.out.contains(QLatin1String("'qvhid-probe list' prints the rule for each such headset plugged in")));
 }
 
 void TestProbe::udevRulesOfAMissingFileIsAUsageError()
 {
-    const ProbeRun run = runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")});
+    const ProbeRun run =
+        runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")});
     QCOMPARE(run.exitCode, 2);
     QVERIFY(run.err.contains(QLatin1String("cannot read /nonexistent.json")));
 }

@@ -22,8 +22,9 @@ namespace {
 struct Parsed
 {
     explicit Parsed(const QByteArray &bytes)
-        : descriptor(hid_parse_descriptor(reinterpret_cast<const unsigned char *>(bytes.constData()), std::size_t(bytes.size())),
-                     &std::free)
+        : descriptor(
+            hid_parse_descriptor(reinterpret_cast<const unsigned char *>(bytes.constData()), std::size_t(bytes.size())),
+            &std::free)
     {
     }
     std::unique_ptr<hid_descriptor, void (*)(void *)> descriptor;
@@ -33,7 +34,7 @@ struct Parsed
 QByteArray phoneWithVendorLamps()
 {
     QByteArray bytes = descriptors::telephonyHeadset();
-    bytes.replace(2, 2, QByteArray::fromHex("0901"));                                        // USAGE (Phone)
+    bytes.replace(2, 2, QByteArray::fromHex("0901"));                                            // USAGE (Phone)
     bytes.replace(bytes.indexOf(QByteArray::fromHex("0508")), 2, QByteArray::fromHex("0640ff")); // USAGE_PAGE (0xFF40)
     return bytes;
 }
@@ -82,8 +83,9 @@ void TestProbeCore::findsTheHeadsetCollectionAndItsLamps()
     QCOMPARE(control.outputPage, 0x08);
     QCOMPARE(control.lamps, (QStringList{"Off-Hook", "Ring", "Mute", "Hold", "Microphone", "On-Line"}));
     QVERIFY(control.fitsBuiltInCodes());
-    QCOMPARE(probe::describe(control), QStringLiteral("Telephony Headset collection (0x000B/0x0005), buttons on page 0x000B, "
-                                                      "lamps Off-Hook Ring Mute Hold Microphone On-Line"));
+    QCOMPARE(probe::describe(control),
+             QStringLiteral("Telephony Headset collection (0x000B/0x0005), buttons on page 0x000B, "
+                            "lamps Off-Hook Ring Mute Hold Microphone On-Line"));
 }
 
 void TestProbeCore::findsAnotherTelephonyCollectionWithItsPages()
@@ -113,17 +115,19 @@ void TestProbeCore::findsNothingWithoutTelephony()
 void TestProbeCore::theEntryForAStandardHeadsetNamesTheBuiltInConfiguration()
 {
     const Parsed parsed(descriptors::telephonyHeadset());
-    const QString entry = probe::dictionaryEntry(probe::findCallControl(parsed.descriptor.get()), QStringLiteral("Desk \"Pro\""),
-                                                 0x1209, 0x00AB);
-    QCOMPARE(entry, QStringLiteral("\"devices\": [ { \"name\": \"Desk \\\"Pro\\\"\", \"vid\": \"0x1209\", \"pid\": \"0x00AB\", "
-                                   "\"configuration\": \"Standart\" } ]"));
+    const QString entry = probe::dictionaryEntry(probe::findCallControl(parsed.descriptor.get()),
+                                                 QStringLiteral("Desk \"Pro\""), 0x1209, 0x00AB);
+    QCOMPARE(
+        entry,
+        QStringLiteral("\"devices\": [ { \"name\": \"Desk \\\"Pro\\\"\", \"vid\": \"0x1209\", \"pid\": \"0x00AB\", "
+                       "\"configuration\": \"Standart\" } ]"));
 }
 
 void TestProbeCore::theEntryForOtherPagesBindsWithThosePages()
 {
     const Parsed parsed(phoneWithVendorLamps());
-    const QString entry = probe::dictionaryEntry(probe::findCallControl(parsed.descriptor.get()), QStringLiteral("Phone"), 0x1209,
-                                                 0x00AC);
+    const QString entry = probe::dictionaryEntry(probe::findCallControl(parsed.descriptor.get()),
+                                                 QStringLiteral("Phone"), 0x1209, 0x00AC);
     // Pasted between braces, the entry is a dictionary that gives the headset those pages.
     QJsonParseError error;
     QVERIFY(!QJsonDocument::fromJson("{" + entry.toUtf8() + "}", &error).isNull());
@@ -141,8 +145,10 @@ void TestProbeCore::theEntryForOtherPagesBindsWithThosePages()
 void TestProbeCore::udevRuleForAProductAndForAVendor()
 {
     QCOMPARE(probe::udevRule(0x0B0E, 0x030D),
-             QStringLiteral("SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0b0e\", ATTRS{idProduct}==\"030d\", TAG+=\"uaccess\""));
-    QCOMPARE(probe::udevRule(0x0B0E, 0), QStringLiteral("SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0b0e\", TAG+=\"uaccess\""));
+             QStringLiteral(
+                 "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0b0e\", ATTRS{idProduct}==\"030d\", TAG+=\"uaccess\""));
+    QCOMPARE(probe::udevRule(0x0B0E, 0),
+             QStringLiteral("SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0b0e\", TAG+=\"uaccess\""));
 }
 
 void TestProbeCore::findsAnInstalledRule()
@@ -153,7 +159,8 @@ void TestProbeCore::findsAnInstalledRule()
               "# SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0b0e\", TAG+=\"uaccess\"\n"
               "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"0b0e\", ATTRS{idProduct}==\"0001\", TAG+=\"uaccess\"\n");
     writeText(lib.filePath(QStringLiteral("70-qvhid-headsets.rules")), probe::udevRule(0x0B0E, 0x030D).toUtf8() + "\n");
-    writeText(lib.filePath(QStringLiteral("80-vendor.rules")), "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"047F\", MODE=\"0660\"\n");
+    writeText(lib.filePath(QStringLiteral("80-vendor.rules")),
+              "SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"047F\", MODE=\"0660\"\n");
     const QStringList directories = {etc.path(), lib.path()};
     QCOMPARE(probe::findUdevRule(directories, 0x0B0E, 0x030D), lib.filePath(QStringLiteral("70-qvhid-headsets.rules")));
     QCOMPARE(probe::findUdevRule(directories, 0x0B0E, 0x0001), etc.filePath(QStringLiteral("60-other.rules")));
@@ -166,9 +173,10 @@ void TestProbeCore::deniedAccessNamesTheMissingRule()
 {
     QTemporaryDir empty;
     const QString text = probe::deniedAccess({empty.path()}, 0x1209, 0x00AB);
-    QVERIFY2(text.startsWith(QLatin1String("denied; no udev rule gives the user access to it. The missing rule is\n"
-                                           "        SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"00ab\", "
-                                           "TAG+=\"uaccess\"\n")),
+    QVERIFY2(text.startsWith(
+                 QLatin1String("denied; no udev rule gives the user access to it. The missing rule is\n"
+                               "        SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"00ab\", "
+                               "TAG+=\"uaccess\"\n")),
              qPrintable(text));
     QVERIFY(text.contains(QLatin1String("/etc/udev/rules.d/70-qvhid-headsets.rules")));
     QVERIFY(text.contains(QLatin1String("udevadm control --reload && udevadm trigger --subsystem-match=hidraw")));
@@ -187,8 +195,9 @@ void TestProbeCore::deniedAccessWithARuleSaysToReplug()
 
 void TestProbeCore::jsonLayoutGivesLinesAndDuplicateKeys()
 {
-    const probe::JsonLayout layout(QStringLiteral("{\n  \"devices\": [\n    { \"vid\": \"1\",\n      \"v\\u0069d\": \"2\" },\n"
-                                                  "    [ 1, \"a\\\"b\", {} ]\n  ],\n  \"devices\": null\n}"));
+    const probe::JsonLayout layout(
+        QStringLiteral("{\n  \"devices\": [\n    { \"vid\": \"1\",\n      \"v\\u0069d\": \"2\" },\n"
+                       "    [ 1, \"a\\\"b\", {} ]\n  ],\n  \"devices\": null\n}"));
     QCOMPARE(layout.lineOf(QStringLiteral("devices[0].vid")), 4);
     QCOMPARE(layout.lineOf(QStringLiteral("devices[1][1]")), 5);
     QCOMPARE(layout.lineOf(QStringLiteral("devices[1][2]")), 5);

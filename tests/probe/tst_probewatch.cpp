@@ -68,8 +68,8 @@ private:
     QStringList m_lines;
 };
 
-const QStringList OfficeHeadset20 = {QStringLiteral("Headset Microphone (2- Office Headset 20)"), QStringLiteral("--virtual"),
-                                     QStringLiteral("telephony-headset")};
+const QStringList OfficeHeadset20 = {QStringLiteral("Headset Microphone (2- Office Headset 20)"),
+                                     QStringLiteral("--virtual"), QStringLiteral("telephony-headset")};
 
 } // namespace
 
@@ -91,22 +91,18 @@ private slots:
 void TestProbeWatch::showsAWholeCallWithTimeStamps()
 {
     WatchSession watch(OfficeHeadset20);
-    QCOMPARE(watch.waitFor(QStringLiteral("audio device")), QStringLiteral("audio device \"Headset Microphone (2- Office Headset 20)\""));
+    QCOMPARE(watch.waitFor(QStringLiteral("audio device")),
+             QStringLiteral("audio device \"Headset Microphone (2- Office Headset 20)\""));
     QCOMPARE(watch.waitFor(QStringLiteral("device shown")), QStringLiteral("device shown \"Office Headset 20\""));
     QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Initial"));
     // Each command, and the line it must bring. A call ended while held and muted stays there,
     // as the reader's states are made, so the call is held unmuted before it ends.
     const QList<QPair<QByteArray, QString>> steps = {
-        {"ring", "state Incoming call"},
-        {"press answer", "gesture click (answer or end the call)"},
-        {"answer", "state Talk"},
-        {"press mute", "gesture clickMute (toggle mute)"},
-        {"mute", "state Talk muted"},
-        {"unmute", "state Talk"},
-        {"hold", "state Hold"},
-        {"holdmute", "state Hold muted"},
-        {"hold", "state Hold"},
-        {"press drop", "gesture clickReject (reject the call)"},
+        {"ring", "state Incoming call"}, {"press answer", "gesture click (answer or end the call)"},
+        {"answer", "state Talk"},        {"press mute", "gesture clickMute (toggle mute)"},
+        {"mute", "state Talk muted"},    {"unmute", "state Talk"},
+        {"hold", "state Hold"},          {"holdmute", "state Hold muted"},
+        {"hold", "state Hold"},          {"press drop", "gesture clickReject (reject the call)"},
         {"end", "state Initial"},
     };
     QStringList sent;
@@ -139,11 +135,13 @@ void TestProbeWatch::rebindsAndUnbindsOnDevice()
     QCOMPARE(watch.waitFor(QStringLiteral("device shown")), QStringLiteral("device shown \"Office Headset 20\""));
     QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Initial"));
     watch.send("device Speakers (Office Headset 20)");
-    QCOMPARE(watch.waitFor(QStringLiteral("note")), QStringLiteral("note already the audio device in use; nothing changes"));
-    watch.send("device Speakers (Nobody's Headset)");
     QCOMPARE(watch.waitFor(QStringLiteral("note")),
-             QStringLiteral("note no headset bound: no sound card; product string \"Nobody's Headset\": no HID interface "
-                            "with it is listed in the dictionary; 'qvhid-probe list' shows the HID interfaces"));
+             QStringLiteral("note already the audio device in use; nothing changes"));
+    watch.send("device Speakers (Nobody's Headset)");
+    QCOMPARE(
+        watch.waitFor(QStringLiteral("note")),
+        QStringLiteral("note no headset bound: no sound card; product string \"Nobody's Headset\": no HID interface "
+                       "with it is listed in the dictionary; 'qvhid-probe list' shows the HID interfaces"));
     watch.send("quit");
     QCOMPARE(watch.exitCode(), 0);
 }
@@ -153,15 +151,17 @@ void TestProbeWatch::explainsAnUnknownCommandAndButton()
     WatchSession watch(OfficeHeadset20);
     QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Initial"));
     watch.send("dial 123");
-    QCOMPARE(watch.waitFor(QStringLiteral("error")),
-             QStringLiteral("error unknown command 'dial 123' (commands: ring, answer, mute, unmute, hold, holdmute, end, "
-                            "device [NAME], quit, press BUTTON, buttons)"));
+    QCOMPARE(
+        watch.waitFor(QStringLiteral("error")),
+        QStringLiteral("error unknown command 'dial 123' (commands: ring, answer, mute, unmute, hold, holdmute, end, "
+                       "device [NAME], quit, press BUTTON, buttons)"));
     watch.send("press volume");
     QCOMPARE(watch.waitFor(QStringLiteral("error")),
              QStringLiteral("error the virtual headset has no button 'volume'; it has: answer hangup mute flash drop "
                             "programmable redial"));
     watch.send("buttons");
-    QCOMPARE(watch.waitFor(QStringLiteral("buttons")), QStringLiteral("buttons answer hangup mute flash drop programmable redial"));
+    QCOMPARE(watch.waitFor(QStringLiteral("buttons")),
+             QStringLiteral("buttons answer hangup mute flash drop programmable redial"));
     watch.send("quit");
     QCOMPARE(watch.exitCode(), 0);
 }
@@ -178,7 +178,8 @@ void TestProbeWatch::endsAtTheEndOfItsInput()
         process.waitForReadyRead(100);
         output += QString::fromUtf8(process.readAllStandardOutput());
     }
-    QVERIFY2(output.indexOf(QLatin1String("state         Initial")) < output.indexOf(QLatin1String("command       ring")),
+    QVERIFY2(output.indexOf(QLatin1String("state         Initial"))
+                 < output.indexOf(QLatin1String("command       ring")),
              qPrintable(output));
     QVERIFY2(output.contains(QLatin1String("state         Incoming call")), qPrintable(output));
     process.closeWriteChannel();
@@ -195,7 +196,8 @@ void TestProbeWatch::verboseShowsTheLibrarysLogLines()
     watch.send("quit");
     QCOMPARE(watch.exitCode(), 0);
     const QString log = watch.standardError();
-    QVERIFY2(log.contains(QLatin1String("HID MANAGER Active audio device changed to Headset Microphone (2- Office Headset 20)")),
+    QVERIFY2(log.contains(
+                 QLatin1String("HID MANAGER Active audio device changed to Headset Microphone (2- Office Headset 20)")),
              qPrintable(log));
     QVERIFY(log.contains(QLatin1String("HID DEVICE Parent device is Office Headset 20")));
 
@@ -209,12 +211,14 @@ void TestProbeWatch::verboseShowsTheLibrarysLogLines()
 void TestProbeWatch::usesTheGivenDictionary()
 {
     QTemporaryDir dir;
-    const QString dictionary = writeFile(QDir(dir.path()), QStringLiteral("other.json"), R"({ "configurations": { "Standart": {} },
+    const QString dictionary =
+        writeFile(QDir(dir.path()), QStringLiteral("other.json"), R"({ "configurations": { "Standart": {} },
         "devices": [ { "name": "Other", "vid": "0x1209", "pid": "0x0001", "configuration": "Standart" } ] })");
     WatchSession watch(OfficeHeadset20 + QStringList{QStringLiteral("--dictionary"), dictionary});
-    QCOMPARE(watch.waitFor(QStringLiteral("note")),
-             QStringLiteral("note no headset bound: no sound card; product string \"Office Headset 20\": no HID interface "
-                            "with it is listed in the dictionary; 'qvhid-probe list' shows the HID interfaces"));
+    QCOMPARE(
+        watch.waitFor(QStringLiteral("note")),
+        QStringLiteral("note no headset bound: no sound card; product string \"Office Headset 20\": no HID interface "
+                       "with it is listed in the dictionary; 'qvhid-probe list' shows the HID interfaces"));
     watch.send("quit");
     QCOMPARE(watch.exitCode(), 0);
     QVERIFY(!watch.lines().join(QLatin1Char('\n')).contains(QLatin1String("device shown")));
@@ -231,10 +235,11 @@ void TestProbeWatch::bindsAnUnlistedHeadsetThroughTheFallback()
 
     WatchSession watch(unlisted + QStringList{QStringLiteral("--fallback"), QStringLiteral("Standart")});
     QCOMPARE(watch.waitFor(QStringLiteral("device shown")), QStringLiteral("device shown \"Office Headset 50\""));
-    QCOMPARE(watch.waitFor(QStringLiteral("binding")),
-             QStringLiteral("binding no sound card; product string \"Office Headset 50\", interface 3, the call-control "
-                            "collection 0x000B/0x0005 of the fallback configuration \"Standart\" (its ids have no row of "
-                            "their own)"));
+    QCOMPARE(
+        watch.waitFor(QStringLiteral("binding")),
+        QStringLiteral("binding no sound card; product string \"Office Headset 50\", interface 3, the call-control "
+                       "collection 0x000B/0x0005 of the fallback configuration \"Standart\" (its ids have no row of "
+                       "their own)"));
     QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Initial"));
     watch.send("ring");
     QCOMPARE(watch.waitFor(QStringLiteral("state")), QStringLiteral("state Incoming call"));
@@ -248,10 +253,12 @@ void TestProbeWatch::rejectsBadArguments()
 {
     QCOMPARE(runProbe({QStringLiteral("watch")}).exitCode, 2);
     QCOMPARE(runProbe({QStringLiteral("watch"), QStringLiteral("a"), QStringLiteral("b")}).exitCode, 2);
-    const ProbeRun unknown = runProbe({QStringLiteral("watch"), QStringLiteral("x"), QStringLiteral("--virtual"), QStringLiteral("none")});
+    const ProbeRun unknown =
+        runProbe({QStringLiteral("watch"), QStringLiteral("x"), QStringLiteral("--virtual"), QStringLiteral("none")});
     QCOMPARE(unknown.exitCode, 2);
     QVERIFY(unknown.err.contains(QLatin1String("no virtual headset named 'none'")));
-    QCOMPARE(runProbe({QStringLiteral("watch"), QStringLiteral("x"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")})
+    QCOMPARE(runProbe({QStringLiteral("watch"), QStringLiteral("x"), QStringLiteral("--dictionary"),
+                       QStringLiteral("/nonexistent.json")})
                  .exitCode,
              2);
 }

@@ -40,12 +40,20 @@ private:
     template<typename T, typename Show, typename Hide, typename State, typename Gesture>
     void watch(T *source, Show show, Hide hide, State state, Gesture click, Gesture mute, Gesture reject)
     {
-        QObject::connect(source, show, &m_context, [this](const QString &name) { add(QStringLiteral("show:") + name); }, Qt::DirectConnection);
-        QObject::connect(source, hide, &m_context, [this] { add(QStringLiteral("hide")); }, Qt::DirectConnection);
-        QObject::connect(source, state, &m_context, [this](const QString &name) { add(QStringLiteral("state:") + name); }, Qt::DirectConnection);
-        QObject::connect(source, click, &m_context, [this] { add(QStringLiteral("click")); }, Qt::DirectConnection);
-        QObject::connect(source, mute, &m_context, [this] { add(QStringLiteral("mute")); }, Qt::DirectConnection);
-        QObject::connect(source, reject, &m_context, [this] { add(QStringLiteral("reject")); }, Qt::DirectConnection);
+        QObject::connect(
+            source, show, &m_context, [this](const QString &name) { add(QStringLiteral("show:") + name); },
+            Qt::DirectConnection);
+        QObject::connect(
+            source, hide, &m_context, [this] { add(QStringLiteral("hide")); }, Qt::DirectConnection);
+        QObject::connect(
+            source, state, &m_context, [this](const QString &name) { add(QStringLiteral("state:") + name); },
+            Qt::DirectConnection);
+        QObject::connect(
+            source, click, &m_context, [this] { add(QStringLiteral("click")); }, Qt::DirectConnection);
+        QObject::connect(
+            source, mute, &m_context, [this] { add(QStringLiteral("mute")); }, Qt::DirectConnection);
+        QObject::connect(
+            source, reject, &m_context, [this] { add(QStringLiteral("reject")); }, Qt::DirectConnection);
     }
 
     void add(const QString &entry)

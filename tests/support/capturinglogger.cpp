@@ -5,12 +5,12 @@ namespace {
 
 // A copy that shares no buffer with `text`. Lines arrive on other threads; Qt's implicit
 // sharing would hand one buffer between threads inside code that ThreadSanitizer cannot see.
-QString detached(const QString& text)
+QString detached(const QString &text)
 {
     return QString(text.constData(), text.size());
 }
 
-CapturedLine detached(const CapturedLine& line)
+CapturedLine detached(const CapturedLine &line)
 {
     CapturedLine copy = line;
     copy.text = detached(line.text);
@@ -33,7 +33,7 @@ CapturingLogger::~CapturingLogger()
         common::logger::SetLogger(nullptr);
 }
 
-void CapturingLogger::Write(const common::logger::IMessage& message)
+void CapturingLogger::Write(const common::logger::IMessage &message)
 {
     CapturedLine line;
     line.text = message.text();
@@ -51,7 +51,7 @@ QList<CapturedLine> CapturingLogger::lines() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     QList<CapturedLine> result;
-    for (const CapturedLine& line : m_lines)
+    for (const CapturedLine &line : m_lines)
         result.append(detached(line));
     return result;
 }
@@ -59,15 +59,15 @@ QList<CapturedLine> CapturingLogger::lines() const
 QStringList CapturingLogger::texts() const
 {
     QStringList result;
-    for (const CapturedLine& line : lines())
+    for (const CapturedLine &line : lines())
         result.append(line.text);
     return result;
 }
 
-QList<CapturedLine> CapturingLogger::linesFrom(const QString& function) const
+QList<CapturedLine> CapturingLogger::linesFrom(const QString &function) const
 {
     QList<CapturedLine> result;
-    for (const CapturedLine& line : lines()) {
+    for (const CapturedLine &line : lines()) {
         if (line.function == function)
             result.append(line);
     }

@@ -30,15 +30,15 @@ public:
     CapturingLogger();
     ~CapturingLogger() override;
 
-    CapturingLogger(const CapturingLogger&) = delete;
-    CapturingLogger& operator=(const CapturingLogger&) = delete;
+    CapturingLogger(const CapturingLogger &) = delete;
+    CapturingLogger &operator=(const CapturingLogger &) = delete;
 
-    void Write(const common::logger::IMessage& message) override;
+    void Write(const common::logger::IMessage &message) override;
 
     QList<CapturedLine> lines() const;
     QStringList texts() const;
     // The lines written from `function`, in order.
-    QList<CapturedLine> linesFrom(const QString& function) const;
+    QList<CapturedLine> linesFrom(const QString &function) const;
     void clear();
 
 private:

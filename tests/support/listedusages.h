@@ -17,7 +17,9 @@ inline QStringList listedUsagesOf(const std::string &path)
     hid_device_info *all = hid_enumerate(0, 0);
     for (const hid_device_info *info = all; info; info = info->next) {
         if (info->path && path == info->path)
-            usages << QStringLiteral("%1/%2").arg(info->usage_page, 4, 16, QLatin1Char('0')).arg(info->usage, 4, 16, QLatin1Char('0'));
+            usages << QStringLiteral("%1/%2")
+                          .arg(info->usage_page, 4, 16, QLatin1Char('0'))
+                          .arg(info->usage, 4, 16, QLatin1Char('0'));
     }
     hid_free_enumeration(all);
     return usages;

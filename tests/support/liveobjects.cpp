@@ -12,9 +12,9 @@ extern quintptr Q_CORE_EXPORT qtHookData[];
 namespace {
 
 enum HookIndex { AddQObject = 3, RemoveQObject = 4 };
-using ObjectCallback = void (*)(QObject*);
+using ObjectCallback = void (*)(QObject *);
 
-LiveObjects* g_census = nullptr;
+LiveObjects *g_census = nullptr;
 
 } // namespace
 
@@ -39,13 +39,13 @@ int LiveObjects::total() const
     return int(m_objects.size());
 }
 
-void LiveObjects::added(QObject* object)
+void LiveObjects::added(QObject *object)
 {
     std::lock_guard<std::mutex> lock(g_census->m_mutex);
     g_census->m_objects.insert(object);
 }
 
-void LiveObjects::removed(QObject* object)
+void LiveObjects::removed(QObject *object)
 {
     std::lock_guard<std::mutex> lock(g_census->m_mutex);
     g_census->m_objects.erase(object);
@@ -54,8 +54,8 @@ void LiveObjects::removed(QObject* object)
 int runningThreadCount()
 {
     int count = 0;
-    if (DIR* tasks = opendir("/proc/self/task")) {
-        while (const dirent* entry = readdir(tasks)) {
+    if (DIR *tasks = opendir("/proc/self/task")) {
+        while (const dirent *entry = readdir(tasks)) {
             if (entry->d_name[0] != '.')
                 ++count;
         }

@@ -19,16 +19,15 @@ public:
     LiveObjects();
     ~LiveObjects();
 
-    LiveObjects(const LiveObjects&) = delete;
-    LiveObjects& operator=(const LiveObjects&) = delete;
+    LiveObjects(const LiveObjects &) = delete;
+    LiveObjects &operator=(const LiveObjects &) = delete;
 
-    template<typename T>
-    int count() const
+    template<typename T> int count() const
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         int result = 0;
-        for (QObject* object : m_objects) {
-            if (dynamic_cast<T*>(object))
+        for (QObject *object : m_objects) {
+            if (dynamic_cast<T *>(object))
                 ++result;
         }
         return result;
@@ -38,11 +37,11 @@ public:
     int total() const;
 
 private:
-    static void added(QObject* object);
-    static void removed(QObject* object);
+    static void added(QObject *object);
+    static void removed(QObject *object);
 
     mutable std::mutex m_mutex;
-    std::unordered_set<QObject*> m_objects;
+    std::unordered_set<QObject *> m_objects;
 };
 
 // The threads of this process, as the kernel counts them.

@@ -10,7 +10,7 @@
 
 // Parses a descriptor from a heap block of exactly its size, so that AddressSanitizer sees any
 // read past its end.
-inline int parseExactly(const QByteArray& descriptor, hid::HIDReportInfo& info)
+inline int parseExactly(const QByteArray &descriptor, hid::HIDReportInfo &info)
 {
     const auto size = static_cast<size_t>(descriptor.size());
     std::unique_ptr<unsigned char[]> bytes(new unsigned char[size]);

@@ -74,14 +74,17 @@ inline QVector<RealHeadset> realHeadsets()
         headset.device = entry.value(QStringLiteral("device")).toString();
         headset.descriptorFile = entry.value(QStringLiteral("descriptor")).toString();
         hid::virt::DeviceDescription &description = headset.description;
-        description.vendorId = static_cast<unsigned short>(entry.value(QStringLiteral("vendorId")).toString().toUInt(nullptr, 16));
-        description.productId = static_cast<unsigned short>(entry.value(QStringLiteral("productId")).toString().toUInt(nullptr, 16));
+        description.vendorId =
+            static_cast<unsigned short>(entry.value(QStringLiteral("vendorId")).toString().toUInt(nullptr, 16));
+        description.productId =
+            static_cast<unsigned short>(entry.value(QStringLiteral("productId")).toString().toUInt(nullptr, 16));
         description.releaseNumber = 0x0100;
         description.product = entry.value(QStringLiteral("product")).toString().toStdWString();
         description.manufacturer = L"Real Headset Test";
         description.serialNumber = L"RH-" + headset.model.toStdWString();
         description.interfaceNumber = 3;
-        description.descriptor = bytesOfHex(QString::fromLatin1(readTestData(QStringLiteral("descriptors/") + headset.descriptorFile)).simplified());
+        description.descriptor = bytesOfHex(
+            QString::fromLatin1(readTestData(QStringLiteral("descriptors/") + headset.descriptorFile)).simplified());
         const QJsonObject buttons = entry.value(QStringLiteral("buttons")).toObject();
         for (auto button = buttons.begin(); button != buttons.end(); ++button) {
             const QJsonArray reports = button.value().toArray();
@@ -91,7 +94,8 @@ inline QVector<RealHeadset> realHeadsets()
         const QJsonObject lamps = entry.value(QStringLiteral("lamps")).toObject();
         for (auto lamp = lamps.begin(); lamp != lamps.end(); ++lamp) {
             const QStringList parts = lamp.value().toString().split(QLatin1Char(':'));
-            headset.lamps.insert(lamp.key(), {static_cast<unsigned char>(parts.at(0).toUInt(nullptr, 16)), parts.at(1).toUInt()});
+            headset.lamps.insert(lamp.key(),
+                                 {static_cast<unsigned char>(parts.at(0).toUInt(nullptr, 16)), parts.at(1).toUInt()});
         }
         headsets << headset;
     }

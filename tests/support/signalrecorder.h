@@ -15,9 +15,9 @@
 class SignalRecorder
 {
 public:
-    explicit SignalRecorder(const QObject* object)
+    explicit SignalRecorder(const QObject *object)
     {
-        const QMetaObject* meta = object->metaObject();
+        const QMetaObject *meta = object->metaObject();
         for (int i = 0; i < meta->methodCount(); ++i) {
             const QMetaMethod method = meta->method(i);
             if (method.methodType() != QMetaMethod::Signal || method.name() == "destroyed")

@@ -56,24 +56,24 @@ private:
 
 // Ends an initTestCase() at once when headsets cannot be plugged in here: skipped, or failed
 // when QVHID_REQUIRE_KERNEL_EMULATION is set (CI sets it, so that it cannot pass by skipping).
-#define QVHID_REQUIRE_TEST_HEADSETS()                                                              \
-    do {                                                                                           \
-        const QString unavailable = TestHeadset::unavailable();                                   \
-        if (!unavailable.isEmpty() && qEnvironmentVariableIsSet("QVHID_REQUIRE_KERNEL_EMULATION"))  \
-            QFAIL(qPrintable(unavailable));                                                        \
-        if (!unavailable.isEmpty())                                                                \
-            QSKIP(qPrintable(unavailable));                                                        \
+#define QVHID_REQUIRE_TEST_HEADSETS()                                                                                  \
+    do {                                                                                                               \
+        const QString unavailable = TestHeadset::unavailable();                                                        \
+        if (!unavailable.isEmpty() && qEnvironmentVariableIsSet("QVHID_REQUIRE_KERNEL_EMULATION"))                     \
+            QFAIL(qPrintable(unavailable));                                                                            \
+        if (!unavailable.isEmpty())                                                                                    \
+            QSKIP(qPrintable(unavailable));                                                                            \
     } while (false)
 
 // The tests' main(): prepares the process, then runs the test object.
-#define QVHID_TEST_HEADSET_MAIN(TestObject)                                                        \
-    int main(int argc, char *argv[])                                                               \
-    {                                                                                              \
-        TestHeadset::prepareProcess();                                                             \
-        QCoreApplication application(argc, argv);                                                  \
-        TestObject test;                                                                           \
-        QTEST_SET_MAIN_SOURCE_PATH                                                                 \
-        return QTest::qExec(&test, argc, argv);                                                    \
+#define QVHID_TEST_HEADSET_MAIN(TestObject)                                                                            \
+    int main(int argc, char *argv[])                                                                                   \
+    {                                                                                                                  \
+        TestHeadset::prepareProcess();                                                                                 \
+        QCoreApplication application(argc, argv);                                                                      \
+        TestObject test;                                                                                               \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                                     \
+        return QTest::qExec(&test, argc, argv);                                                                        \
     }
 
 #endif // QVHID_TESTS_TESTHEADSET_H

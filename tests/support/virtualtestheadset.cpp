@@ -25,7 +25,7 @@ VirtualDevice deviceOf(int id)
 
 } // namespace
 
-void TestHeadset::prepareProcess() {}
+void TestHeadset::prepareProcess() { }
 
 QString TestHeadset::unavailable()
 {

@@ -52,15 +52,13 @@ struct BlockPlan
     }
 };
 
-template<typename T>
-T *at(unsigned char *block, std::size_t offset)
+template<typename T> T *at(unsigned char *block, std::size_t offset)
 {
     return reinterpret_cast<T *>(block + offset);
 }
 
 // Appends to singly linked lists in order, remembering each list's tail.
-template<typename Node>
-void append(Node *&head, Node *&tail, Node *node)
+template<typename Node> void append(Node *&head, Node *&tail, Node *node)
 {
     if (tail)
         tail->next = node;
@@ -92,15 +90,13 @@ void linkCollections(const ParsedDescriptor &parsed, hid_collection *collections
 
 // Fields grouped by report (in order of the reports' first appearance), each report's fields
 // in the order they occupy it.
-std::vector<std::size_t> fieldsByReport(const ParsedDescriptor &parsed,
-                                        std::vector<std::size_t> &reportOfField)
+std::vector<std::size_t> fieldsByReport(const ParsedDescriptor &parsed, std::vector<std::size_t> &reportOfField)
 {
     reportOfField.resize(parsed.fields.size());
     for (std::size_t i = 0; i < parsed.fields.size(); ++i) {
         const ParsedField &field = parsed.fields[i];
         for (std::size_t r = 0; r < parsed.reports.size(); ++r) {
-            if (parsed.reports[r].direction == field.direction
-                && parsed.reports[r].reportId == field.reportId) {
+            if (parsed.reports[r].direction == field.direction && parsed.reports[r].reportId == field.reportId) {
                 reportOfField[i] = r;
                 break;
             }
@@ -108,9 +104,8 @@ std::vector<std::size_t> fieldsByReport(const ParsedDescriptor &parsed,
     }
     std::vector<std::size_t> order(parsed.fields.size());
     std::iota(order.begin(), order.end(), 0);
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        return reportOfField[a] < reportOfField[b];
-    });
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return reportOfField[a] < reportOfField[b]; });
     return order;
 }
 
@@ -164,8 +159,8 @@ hid_descriptor *buildDescriptorBlock(const ParsedDescriptor &parsed)
             element->usage_page = pageOf(source.usages[u]);
             element->usage = idOf(source.usages[u]);
             element->report_id = source.reportId;
-            element->bit_offset = array ? source.bitOffset
-                                        : source.bitOffset + static_cast<unsigned int>(u) * source.bitSize;
+            element->bit_offset =
+                array ? source.bitOffset : source.bitOffset + static_cast<unsigned int>(u) * source.bitSize;
             element->bit_size = source.bitSize;
             element->report_count = array ? source.reportCount : 1;
             element->logical_minimum = source.logicalMinimum;
@@ -180,8 +175,7 @@ hid_descriptor *buildDescriptorBlock(const ParsedDescriptor &parsed)
         hid_field *field = fieldOfParsed[i];
         hid_collection &collection = collections[parsed.fields[i].collection + 1];
         for (unsigned int e = 0; e < field->num_elements; ++e) {
-            append(collection.first_element, lastElement[parsed.fields[i].collection + 1],
-                   &field->first_element[e]);
+            append(collection.first_element, lastElement[parsed.fields[i].collection + 1], &field->first_element[e]);
             ++collection.num_elements;
         }
     }
@@ -207,8 +201,7 @@ hid_descriptor *buildDescriptorBlock(const ParsedDescriptor &parsed)
 
 } // namespace
 
-const hid_report_span *findReport(const hid_descriptor *descriptor, int direction,
-                                  unsigned char reportId)
+const hid_report_span *findReport(const hid_descriptor *descriptor, int direction, unsigned char reportId)
 {
     const hid_descriptor_layout *layout = descriptor->layout;
     for (unsigned int r = 0; r < layout->num_reports; ++r) {

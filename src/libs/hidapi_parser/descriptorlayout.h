@@ -7,7 +7,8 @@
 #include "hidapi_parser.h"
 
 // One main item with its values: `num_elements` consecutive elements from `first_element`.
-struct hid_field {
+struct hid_field
+{
     int direction;
     unsigned int flags;
     unsigned char report_id;
@@ -21,7 +22,8 @@ struct hid_field {
 };
 
 // The fields of one report, in the order they occupy it.
-struct hid_report_span {
+struct hid_report_span
+{
     int direction;
     unsigned char report_id;
     unsigned int byte_length; // without the report id byte
@@ -29,7 +31,8 @@ struct hid_report_span {
     unsigned int num_fields;
 };
 
-struct hid_descriptor_layout {
+struct hid_descriptor_layout
+{
     const struct hid_field *fields;
     unsigned int num_fields;
     const struct hid_report_span *reports;
@@ -39,8 +42,7 @@ struct hid_descriptor_layout {
 namespace hidparser {
 
 // The report of that direction and id, or null.
-const hid_report_span *findReport(const hid_descriptor *descriptor, int direction,
-                                  unsigned char reportId);
+const hid_report_span *findReport(const hid_descriptor *descriptor, int direction, unsigned char reportId);
 
 inline bool isArray(const hid_field &field)
 {

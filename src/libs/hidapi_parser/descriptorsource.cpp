@@ -23,8 +23,7 @@ namespace {
 using GetReportDescriptor = int (*)(hid_device *, unsigned char *, size_t);
 using GetDeviceInfo = decltype(&hid_get_device_info);
 
-template<typename Function>
-Function lookUp(const char *name)
+template<typename Function> Function lookUp(const char *name)
 {
     return reinterpret_cast<Function>(dlsym(RTLD_DEFAULT, name));
 }
@@ -45,8 +44,8 @@ bool isHidrawNodeName(const std::string &name)
 
 } // namespace
 
-extern "C" int hid_read_sysfs_descriptor(const char *sysfs_root, const char *device_path,
-                                         unsigned char *buffer, size_t buffer_size)
+extern "C" int hid_read_sysfs_descriptor(const char *sysfs_root, const char *device_path, unsigned char *buffer,
+                                         size_t buffer_size)
 {
     if (!sysfs_root || !device_path || !buffer || buffer_size == 0)
         return -1;
@@ -58,8 +57,7 @@ extern "C" int hid_read_sysfs_descriptor(const char *sysfs_root, const char *dev
     if (!isHidrawNodeName(node))
         return -1;
 
-    const std::string file =
-        std::string(sysfs_root) + "/class/hidraw/" + node + "/device/report_descriptor";
+    const std::string file = std::string(sysfs_root) + "/class/hidraw/" + node + "/device/report_descriptor";
     const int fd = open(file.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
         return -1;

@@ -36,9 +36,9 @@ typedef struct hid_device_ hid_device;
 #define HID_ELEMENT_FEATURE 3
 
 /* Data bits of the main item (HID 1.11, 6.2.2.5), as kept in hid_element.flags. */
-#define HID_ELEMENT_CONSTANT 0x001      /* else Data */
-#define HID_ELEMENT_VARIABLE 0x002      /* else Array */
-#define HID_ELEMENT_RELATIVE 0x004      /* else Absolute */
+#define HID_ELEMENT_CONSTANT 0x001 /* else Data */
+#define HID_ELEMENT_VARIABLE 0x002 /* else Array */
+#define HID_ELEMENT_RELATIVE 0x004 /* else Absolute */
 #define HID_ELEMENT_WRAP 0x008
 #define HID_ELEMENT_NONLINEAR 0x010
 #define HID_ELEMENT_NO_PREFERRED 0x020
@@ -50,14 +50,14 @@ typedef struct hid_device_ hid_device;
 #define HID_PARSER_MAX_DESCRIPTOR_SIZE 4096
 #define HID_PARSER_MAX_PUSH_DEPTH 16
 #define HID_PARSER_MAX_COLLECTION_DEPTH 32
-#define HID_PARSER_MAX_REPORT_SIZE 32       /* bits of one value of a field that has usages */
-#define HID_PARSER_MAX_REPORT_COUNT 12288   /* values in one main item */
-#define HID_PARSER_MAX_REPORT_BYTES 16384   /* one report, without its id byte (as hidraw) */
-#define HID_PARSER_MAX_ARRAY_USAGES 4096    /* selectors of one array field; more are ignored */
-#define HID_PARSER_MAX_ELEMENTS 65536       /* elements of the whole descriptor */
+#define HID_PARSER_MAX_REPORT_SIZE 32     /* bits of one value of a field that has usages */
+#define HID_PARSER_MAX_REPORT_COUNT 12288 /* values in one main item */
+#define HID_PARSER_MAX_REPORT_BYTES 16384 /* one report, without its id byte (as hidraw) */
+#define HID_PARSER_MAX_ARRAY_USAGES 4096  /* selectors of one array field; more are ignored */
+#define HID_PARSER_MAX_ELEMENTS 65536     /* elements of the whole descriptor */
 
 struct hid_collection;
-struct hid_field; /**< internal: the main item an element belongs to */
+struct hid_field;             /**< internal: the main item an element belongs to */
 struct hid_descriptor_layout; /**< internal: fields and report sizes */
 
 /**
@@ -69,35 +69,37 @@ struct hid_descriptor_layout; /**< internal: fields and report sizes */
  * usage into the array of an output report. A field without any usage (padding) yields no
  * element.
  */
-struct hid_element {
+struct hid_element
+{
     struct hid_element *next;          /**< next element listed directly in the same collection */
     struct hid_collection *collection; /**< the collection that lists it */
     int direction;                     /**< HID_ELEMENT_INPUT, _OUTPUT or _FEATURE */
     unsigned int flags;                /**< HID_ELEMENT_CONSTANT ... of its main item */
     unsigned short usage_page;
     unsigned short usage;
-    unsigned char report_id;           /**< 0 on a device that declares no report ids */
-    unsigned int bit_offset;           /**< of its value (an array: of the first slot) in the
+    unsigned char report_id;   /**< 0 on a device that declares no report ids */
+    unsigned int bit_offset;   /**< of its value (an array: of the first slot) in the
                                           report, counted after the report id byte */
-    unsigned int bit_size;             /**< of its value (an array: of one slot) */
-    unsigned int report_count;         /**< 1 for a variable; the slots of an array */
+    unsigned int bit_size;     /**< of its value (an array: of one slot) */
+    unsigned int report_count; /**< 1 for a variable; the slots of an array */
     int64_t logical_minimum;
     int64_t logical_maximum;
-    int64_t value;                     /**< as last read by hid_parse_input_report() */
-    int64_t output_value;              /**< what hid_get_output_report() packs */
+    int64_t value;        /**< as last read by hid_parse_input_report() */
+    int64_t output_value; /**< what hid_get_output_report() packs */
     const struct hid_field *field;
 };
 
 /** A collection. The device collection is the root: its children are the top-level
  * collections, and main items outside any collection are listed as its elements. */
-struct hid_collection {
-    struct hid_collection *parent;        /**< null for the device collection */
+struct hid_collection
+{
+    struct hid_collection *parent; /**< null for the device collection */
     struct hid_collection *next_sibling;
     struct hid_collection *first_child;
-    struct hid_element *first_element;    /**< elements listed directly in it, in order */
-    unsigned int type;                    /**< data of the Collection item: 0 physical,
+    struct hid_element *first_element; /**< elements listed directly in it, in order */
+    unsigned int type;                 /**< data of the Collection item: 0 physical,
                                              1 application, 2 logical, ... */
-    unsigned short usage_page;            /**< 0 with usage 0: the device collection, or a
+    unsigned short usage_page;         /**< 0 with usage 0: the device collection, or a
                                              collection declared without a usage */
     unsigned short usage;
     int num_children;
@@ -126,11 +128,12 @@ struct hid_collection {
  */
 typedef void (*hid_element_callback)(const struct hid_element *element, void *user_data);
 
-struct hid_descriptor {
+struct hid_descriptor
+{
     struct hid_collection *device_collection;
-    int num_collections;       /**< without the device collection */
+    int num_collections; /**< without the device collection */
     int num_elements;
-    int uses_report_ids;       /**< 1 when the descriptor declares report ids */
+    int uses_report_ids; /**< 1 when the descriptor declares report ids */
     hid_element_callback element_callback;
     void *callback_data;
     const struct hid_descriptor_layout *layout;
@@ -147,8 +150,7 @@ HIDAPI_PARSER_EXPORT struct hid_descriptor *hid_read_descriptor(hid_device *devi
 
 /** Parses descriptor bytes (1 to HID_PARSER_MAX_DESCRIPTOR_SIZE of them). Returns null when
  * they are not a valid descriptor. Release with free(). */
-HIDAPI_PARSER_EXPORT struct hid_descriptor *hid_parse_descriptor(const unsigned char *bytes,
-                                                                 size_t length);
+HIDAPI_PARSER_EXPORT struct hid_descriptor *hid_parse_descriptor(const unsigned char *bytes, size_t length);
 
 /** Reads the descriptor of the hidraw device at `device_path` ("/dev/hidrawN") from the
  * sysfs mounted at `sysfs_root` ("/sys") into `buffer`. Returns the number of bytes, or -1
@@ -158,8 +160,7 @@ HIDAPI_PARSER_EXPORT int hid_read_sysfs_descriptor(const char *sysfs_root, const
 
 /** Sets the function that hid_parse_input_report() calls for reported elements, with
  * `user_data` as its second argument. A null callback reports nothing. */
-HIDAPI_PARSER_EXPORT void hid_set_element_callback(struct hid_descriptor *descriptor,
-                                                   hid_element_callback callback,
+HIDAPI_PARSER_EXPORT void hid_set_element_callback(struct hid_descriptor *descriptor, hid_element_callback callback,
                                                    void *user_data);
 
 /**

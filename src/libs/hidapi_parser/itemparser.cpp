@@ -335,11 +335,9 @@ private:
 
     ParsedReport &reportFor(int direction, unsigned char reportId)
     {
-        auto found = std::find_if(m_result.reports.begin(), m_result.reports.end(),
-                                  [&](const ParsedReport &report) {
-                                      return report.direction == direction
-                                             && report.reportId == reportId;
-                                  });
+        auto found = std::find_if(m_result.reports.begin(), m_result.reports.end(), [&](const ParsedReport &report) {
+            return report.direction == direction && report.reportId == reportId;
+        });
         if (found != m_result.reports.end())
             return *found;
         m_result.reports.push_back({direction, reportId, 0});

@@ -33,8 +33,7 @@ bool isOnOffControl(unsigned short page, unsigned short usage)
     case 0x31: // Send
     case 0x97: // Line Busy Tone
         return true;
-    default:
-        return false;
+    default: return false;
     }
 }
 
@@ -51,8 +50,7 @@ std::uint64_t readBits(const unsigned char *payload, unsigned int bitOffset, uns
     return value;
 }
 
-void writeBits(unsigned char *payload, unsigned int bitOffset, unsigned int bitSize,
-               std::uint64_t value)
+void writeBits(unsigned char *payload, unsigned int bitOffset, unsigned int bitSize, std::uint64_t value)
 {
     for (unsigned int i = 0; i < bitSize && i < 64; ++i) {
         const unsigned int bit = bitOffset + i;
@@ -65,12 +63,10 @@ void writeBits(unsigned char *payload, unsigned int bitOffset, unsigned int bitS
 }
 
 // A field whose logical minimum is negative holds two's complement values.
-std::int64_t readValue(const hid_field &field, const unsigned char *payload,
-                       unsigned int bitOffset)
+std::int64_t readValue(const hid_field &field, const unsigned char *payload, unsigned int bitOffset)
 {
     const std::uint64_t raw = readBits(payload, bitOffset, field.bit_size);
-    if (field.logical_minimum < 0 && field.bit_size > 0 && field.bit_size < 64
-        && (raw >> (field.bit_size - 1)) & 1)
+    if (field.logical_minimum < 0 && field.bit_size > 0 && field.bit_size < 64 && (raw >> (field.bit_size - 1)) & 1)
         return static_cast<std::int64_t>(raw | (~std::uint64_t{0} << field.bit_size));
     return static_cast<std::int64_t>(raw);
 }
@@ -85,8 +81,7 @@ bool isEvent(const hid_element &element, std::int64_t before, std::int64_t now)
 }
 
 // Stores the array's selections: 1 for each usage its slots now hold, 0 for the others.
-void decodeArray(const hid_field &field, const unsigned char *payload,
-                 std::vector<hid_element *> &events)
+void decodeArray(const hid_field &field, const unsigned char *payload, std::vector<hid_element *> &events)
 {
     std::vector<bool> present(field.num_elements, false);
     for (unsigned int slot = 0; slot < field.report_count; ++slot) {
@@ -95,7 +90,8 @@ void decodeArray(const hid_field &field, const unsigned char *payload,
             continue;
         // The distance from the minimum, in unsigned arithmetic: a 64-bit value far from a
         // negative minimum does not fit a signed difference.
-        const std::uint64_t index = static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(field.logical_minimum);
+        const std::uint64_t index =
+            static_cast<std::uint64_t>(value) - static_cast<std::uint64_t>(field.logical_minimum);
         // Usage 0 is Undefined on every page: a slot that selects it selects nothing, as
         // the empty slots of keyboard and consumer arrays (Usage Minimum 0) do.
         if (index < field.num_elements && field.first_element[index].usage != 0)
@@ -110,8 +106,7 @@ void decodeArray(const hid_field &field, const unsigned char *payload,
     }
 }
 
-void decodeVariables(const hid_field &field, const unsigned char *payload,
-                     std::vector<hid_element *> &events)
+void decodeVariables(const hid_field &field, const unsigned char *payload, std::vector<hid_element *> &events)
 {
     for (unsigned int e = 0; e < field.num_elements; ++e) {
         hid_element &element = field.first_element[e];
@@ -141,8 +136,7 @@ void encodeArray(const hid_field &field, unsigned char *payload)
 
 using namespace hidparser;
 
-extern "C" void hid_set_element_callback(hid_descriptor *descriptor, hid_element_callback callback,
-                                         void *user_data)
+extern "C" void hid_set_element_callback(hid_descriptor *descriptor, hid_element_callback callback, void *user_data)
 {
     if (!descriptor)
         return;
@@ -150,8 +144,7 @@ extern "C" void hid_set_element_callback(hid_descriptor *descriptor, hid_element
     descriptor->callback_data = user_data;
 }
 
-extern "C" int hid_parse_input_report(const unsigned char *buffer, size_t length,
-                                      hid_descriptor *descriptor)
+extern "C" int hid_parse_input_report(const unsigned char *buffer, size_t length, hid_descriptor *descriptor)
 {
     if (!buffer || !descriptor)
         return -1;
@@ -184,8 +177,8 @@ extern "C" int hid_parse_input_report(const unsigned char *buffer, size_t length
     return static_cast<int>(events.size());
 }
 
-extern "C" unsigned char *hid_get_output_report(const hid_descriptor *descriptor,
-                                                unsigned char report_id, size_t *length)
+extern "C" unsigned char *hid_get_output_report(const hid_descriptor *descriptor, unsigned char report_id,
+                                                size_t *length)
 {
     if (!descriptor)
         return nullptr;
@@ -206,8 +199,7 @@ extern "C" unsigned char *hid_get_output_report(const hid_descriptor *descriptor
         }
         for (unsigned int e = 0; e < field.num_elements; ++e) {
             const hid_element &element = field.first_element[e];
-            writeBits(payload, element.bit_offset, element.bit_size,
-                      static_cast<std::uint64_t>(element.output_value));
+            writeBits(payload, element.bit_offset, element.bit_size, static_cast<std::uint64_t>(element.output_value));
         }
     }
     if (length)

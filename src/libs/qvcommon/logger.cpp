@@ -10,11 +10,11 @@ namespace logger {
 
 namespace {
 
-std::atomic<ILogger*> installedLogger{nullptr};
+std::atomic<ILogger *> installedLogger{nullptr};
 
 // Held shared for each delivery and exclusively by SetLogger(), so that removing a logger
 // waits for the deliveries that are still using it.
-std::shared_mutex& deliveryLock()
+std::shared_mutex &deliveryLock()
 {
     static std::shared_mutex lock;
     return lock;
@@ -28,12 +28,12 @@ thread_local bool insideWrite = false;
 IMessage::~IMessage() = default;
 ILogger::~ILogger() = default;
 
-ILogger* GetLogger()
+ILogger *GetLogger()
 {
     return installedLogger.load(std::memory_order_acquire);
 }
 
-void SetLogger(ILogger* logger)
+void SetLogger(ILogger *logger)
 {
     if (insideWrite) {
         // Waiting here would wait for ourselves.
@@ -49,7 +49,7 @@ bool IsDelivered(int level)
     return level <= MaxDeliveredLevel && !insideWrite && GetLogger() != nullptr;
 }
 
-Message::Message(int level, const QString& category, const QString& file, const QString& function, int line)
+Message::Message(int level, const QString &category, const QString &file, const QString &function, int line)
     : m_level(level)
     , m_category(category)
     , m_file(file)
@@ -65,7 +65,7 @@ Message::~Message()
         return;
     m_stream.flush();
     std::shared_lock<std::shared_mutex> shared(deliveryLock());
-    ILogger* logger = GetLogger();
+    ILogger *logger = GetLogger();
     if (!logger)
         return;
     struct WriteScope
@@ -76,7 +76,7 @@ Message::~Message()
     logger->Write(*this);
 }
 
-QTextStream& Message::Stream()
+QTextStream &Message::Stream()
 {
     return m_stream;
 }

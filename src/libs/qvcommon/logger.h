@@ -32,19 +32,19 @@ class QVCOMMON_EXPORT ILogger
 {
 public:
     virtual ~ILogger();
-    virtual void Write(const IMessage& message) = 0;
+    virtual void Write(const IMessage &message) = 0;
 };
 
 /// The highest level that is delivered; messages above it are dropped.
 constexpr int MaxDeliveredLevel = 7;
 
 /// The installed logger, or null when none is installed.
-QVCOMMON_EXPORT ILogger* GetLogger();
+QVCOMMON_EXPORT ILogger *GetLogger();
 
 /// Installs a logger (not owned); null removes it. When this returns, no Write() on the
 /// previous logger is running any more on other threads, so the caller may destroy it.
 /// Called from inside Write(), it takes effect at once but cannot wait for the other threads.
-QVCOMMON_EXPORT void SetLogger(ILogger* logger);
+QVCOMMON_EXPORT void SetLogger(ILogger *logger);
 
 /// Whether a message of this level would reach a logger now. Lets callers skip building
 /// a text that nobody receives.
@@ -62,13 +62,13 @@ QVCOMMON_EXPORT bool IsDelivered(int level);
 class QVCOMMON_EXPORT Message : public IMessage
 {
 public:
-    Message(int level, const QString& category, const QString& file, const QString& function, int line);
+    Message(int level, const QString &category, const QString &file, const QString &function, int line);
     ~Message() override;
 
-    Message(const Message&) = delete;
-    Message& operator=(const Message&) = delete;
+    Message(const Message &) = delete;
+    Message &operator=(const Message &) = delete;
 
-    QTextStream& Stream();
+    QTextStream &Stream();
 
     QString text() const override;
     QString category() const override;

@@ -6,7 +6,7 @@
 namespace common {
 namespace logger {
 
-const QLoggingCategory& QtLoggingCategory()
+const QLoggingCategory &QtLoggingCategory()
 {
     static const QLoggingCategory category("qvhid");
     return category;
@@ -23,9 +23,9 @@ QtMsgType QtLogger::messageType(int level)
     return QtDebugMsg;
 }
 
-void QtLogger::Write(const IMessage& message)
+void QtLogger::Write(const IMessage &message)
 {
-    const QLoggingCategory& category = QtLoggingCategory();
+    const QLoggingCategory &category = QtLoggingCategory();
     const QtMsgType type = messageType(message.level());
     if (!category.isEnabled(type))
         return;
@@ -35,18 +35,10 @@ void QtLogger::Write(const IMessage& message)
     const QByteArray text = message.text().toUtf8();
     const QMessageLogger qtLogger(file.constData(), message.line(), function.constData(), category.categoryName());
     switch (type) {
-    case QtCriticalMsg:
-        qtLogger.critical("%s", text.constData());
-        break;
-    case QtWarningMsg:
-        qtLogger.warning("%s", text.constData());
-        break;
-    case QtInfoMsg:
-        qtLogger.info("%s", text.constData());
-        break;
-    default:
-        qtLogger.debug("%s", text.constData());
-        break;
+    case QtCriticalMsg: qtLogger.critical("%s", text.constData()); break;
+    case QtWarningMsg: qtLogger.warning("%s", text.constData()); break;
+    case QtInfoMsg: qtLogger.info("%s", text.constData()); break;
+    default: qtLogger.debug("%s", text.constData()); break;
     }
 }
 

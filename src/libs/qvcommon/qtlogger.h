@@ -12,7 +12,7 @@ namespace logger {
 
 /// The category under which QtLogger writes: "qvhid". Rules such as
 /// QT_LOGGING_RULES="qvhid.debug=false" filter it as usual.
-QVCOMMON_EXPORT const QLoggingCategory& QtLoggingCategory();
+QVCOMMON_EXPORT const QLoggingCategory &QtLoggingCategory();
 
 /// A logger for applications that have none of their own: every line goes to Qt's logging
 /// under QtLoggingCategory(), with the line's source file, line and function.
@@ -25,7 +25,7 @@ QVCOMMON_EXPORT const QLoggingCategory& QtLoggingCategory();
 class QVCOMMON_EXPORT QtLogger : public ILogger
 {
 public:
-    void Write(const IMessage& message) override;
+    void Write(const IMessage &message) override;
 
     /// The Qt message type of a level.
     static QtMsgType messageType(int level);

@@ -11,19 +11,18 @@ namespace common {
 /// The template has default visibility on purpose: every module that instantiates
 /// CSingleton<T> for the same T then shares one Instance() and one object, even when
 /// the modules are built with hidden visibility.
-template <class T>
-class Q_DECL_EXPORT CSingleton
+template<class T> class Q_DECL_EXPORT CSingleton
 {
 public:
     /// Thread-safe: concurrent first calls construct exactly one T.
-    static T& Instance()
+    static T &Instance()
     {
         static T instance;
         return instance;
     }
 
-    CSingleton(const CSingleton&) = delete;
-    CSingleton& operator=(const CSingleton&) = delete;
+    CSingleton(const CSingleton &) = delete;
+    CSingleton &operator=(const CSingleton &) = delete;
 
 protected:
     CSingleton() = default;

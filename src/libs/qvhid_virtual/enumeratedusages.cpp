@@ -48,11 +48,8 @@ std::vector<UsagePair> enumeratedUsages(const Bytes &descriptor)
         case 0x80: // Input, Output, Feature, End Collection: the usage is spent
         case 0x90:
         case 0xB0:
-        case 0xC0:
-            usageFound = false;
-            break;
-        default:
-            break;
+        case 0xC0: usageFound = false; break;
+        default: break;
         }
         position += dataLength + keyLength;
     }

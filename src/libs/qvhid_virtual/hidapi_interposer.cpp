@@ -81,8 +81,7 @@ HIDAPI_FUNCTION hid_device *hid_open_path(const char *path)
     return real().openPath ? real().openPath(path) : nullptr;
 }
 
-HIDAPI_FUNCTION hid_device *hid_open(unsigned short vendor_id, unsigned short product_id,
-                                     const wchar_t *serial_number)
+HIDAPI_FUNCTION hid_device *hid_open(unsigned short vendor_id, unsigned short product_id, const wchar_t *serial_number)
 {
     hid_device_info *devices = hid_enumerate(vendor_id, product_id);
     std::string path;
@@ -111,8 +110,7 @@ HIDAPI_FUNCTION int hid_write(hid_device *dev, const unsigned char *data, size_t
     return real().write ? real().write(dev, data, length) : -1;
 }
 
-HIDAPI_FUNCTION int hid_read_timeout(hid_device *dev, unsigned char *data, size_t length,
-                                     int milliseconds)
+HIDAPI_FUNCTION int hid_read_timeout(hid_device *dev, unsigned char *data, size_t length, int milliseconds)
 {
     if (isVirtual(dev))
         return Registry::instance().read(dev, data, length, milliseconds < 0 ? -1 : milliseconds);
@@ -175,8 +173,7 @@ HIDAPI_FUNCTION int hid_get_serial_number_string(hid_device *dev, wchar_t *strin
     return real().getSerialNumberString ? real().getSerialNumberString(dev, string, maxlen) : -1;
 }
 
-HIDAPI_FUNCTION int hid_get_indexed_string(hid_device *dev, int string_index, wchar_t *string,
-                                           size_t maxlen)
+HIDAPI_FUNCTION int hid_get_indexed_string(hid_device *dev, int string_index, wchar_t *string, size_t maxlen)
 {
     if (isVirtual(dev))
         return Registry::instance().unsupported(dev, L"virtual devices have no indexed strings");
@@ -212,8 +209,7 @@ HIDAPI_FUNCTION const wchar_t *hid_error(hid_device *dev)
 
 HIDAPI_FUNCTION const hid_api_version *hid_version(void)
 {
-    static const hid_api_version fallback = {HID_API_VERSION_MAJOR, HID_API_VERSION_MINOR,
-                                             HID_API_VERSION_PATCH};
+    static const hid_api_version fallback = {HID_API_VERSION_MAJOR, HID_API_VERSION_MINOR, HID_API_VERSION_PATCH};
     return real().version ? real().version() : &fallback;
 }
 

@@ -9,8 +9,7 @@ namespace {
 
 constexpr const char *SystemHidapi = "libhidapi-hidraw.so.0";
 
-template<typename Function>
-void take(void *library, const char *name, Function &target)
+template<typename Function> void take(void *library, const char *name, Function &target)
 {
     target = reinterpret_cast<Function>(dlsym(library, name));
 }

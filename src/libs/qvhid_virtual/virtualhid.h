@@ -63,9 +63,9 @@ struct WrittenReport
 
 struct Counters
 {
-    unsigned long opens = 0;  ///< successful opens
-    unsigned long reads = 0;  ///< read calls, also those that time out or fail
-    unsigned long writes = 0; ///< write calls, also those that fail
+    unsigned long opens = 0;            ///< successful opens
+    unsigned long reads = 0;            ///< read calls, also those that time out or fail
+    unsigned long writes = 0;           ///< write calls, also those that fail
     unsigned long interruptedReads = 0; ///< reads failed by Faults::nextReadFails
 };
 

@@ -21,51 +21,53 @@ Bytes telephonyDescriptor(bool withReportIds)
     };
     if (withReportIds)
         d.insert(d.end(), {0x85, 0x01}); // Report ID (1)
-    d.insert(d.end(), {
-        0x15, 0x00, //     Logical Minimum (0)
-        0x25, 0x01, //     Logical Maximum (1)
-        0x75, 0x01, //     Report Size (1)
-        0x09, 0x20, //     Usage (Hook Switch)
-        0x09, 0x97, //     Usage (Line Busy Tone)
-        0x95, 0x02, //     Report Count (2)
-        0x81, 0x22, //     Input (Data, Variable, Absolute, No Preferred)
-        0x09, 0x2F, //     Usage (Phone Mute)
-        0x09, 0x21, //     Usage (Flash)
-        0x95, 0x02, //     Report Count (2)
-        0x81, 0x06, //     Input (Data, Variable, Relative)
-        0x09, 0x26, //     Usage (Drop)
-        0x95, 0x01, //     Report Count (1)
-        0x81, 0x02, //     Input (Data, Variable, Absolute)
-        0x95, 0x03, //     Report Count (3)
-        0x81, 0x03, //     Input (Constant, Variable, Absolute): padding
-        0x15, 0x01, //     Logical Minimum (1)
-        0x25, 0x03, //     Logical Maximum (3)
-        0x75, 0x08, //     Report Size (8)
-        0x95, 0x01, //     Report Count (1)
-        0x09, 0x07, //     Usage (Programmable Button)
-        0x09, 0x24, //     Usage (Redial)
-        0x09, 0x25, //     Usage (Transfer)
-        0x81, 0x00, //     Input (Data, Array, Absolute)
-    });
+    d.insert(d.end(),
+             {
+                 0x15, 0x00, //     Logical Minimum (0)
+                 0x25, 0x01, //     Logical Maximum (1)
+                 0x75, 0x01, //     Report Size (1)
+                 0x09, 0x20, //     Usage (Hook Switch)
+                 0x09, 0x97, //     Usage (Line Busy Tone)
+                 0x95, 0x02, //     Report Count (2)
+                 0x81, 0x22, //     Input (Data, Variable, Absolute, No Preferred)
+                 0x09, 0x2F, //     Usage (Phone Mute)
+                 0x09, 0x21, //     Usage (Flash)
+                 0x95, 0x02, //     Report Count (2)
+                 0x81, 0x06, //     Input (Data, Variable, Relative)
+                 0x09, 0x26, //     Usage (Drop)
+                 0x95, 0x01, //     Report Count (1)
+                 0x81, 0x02, //     Input (Data, Variable, Absolute)
+                 0x95, 0x03, //     Report Count (3)
+                 0x81, 0x03, //     Input (Constant, Variable, Absolute): padding
+                 0x15, 0x01, //     Logical Minimum (1)
+                 0x25, 0x03, //     Logical Maximum (3)
+                 0x75, 0x08, //     Report Size (8)
+                 0x95, 0x01, //     Report Count (1)
+                 0x09, 0x07, //     Usage (Programmable Button)
+                 0x09, 0x24, //     Usage (Redial)
+                 0x09, 0x25, //     Usage (Transfer)
+                 0x81, 0x00, //     Input (Data, Array, Absolute)
+             });
     if (withReportIds)
         d.insert(d.end(), {0x85, 0x02}); // Report ID (2)
-    d.insert(d.end(), {
-        0x05, 0x08, //     Usage Page (LEDs)
-        0x15, 0x00, //     Logical Minimum (0)
-        0x25, 0x01, //     Logical Maximum (1)
-        0x75, 0x01, //     Report Size (1)
-        0x95, 0x06, //     Report Count (6)
-        0x09, 0x17, //     Usage (Off-Hook)
-        0x09, 0x18, //     Usage (Ring)
-        0x09, 0x09, //     Usage (Mute)
-        0x09, 0x20, //     Usage (Hold)
-        0x09, 0x21, //     Usage (Microphone)
-        0x09, 0x2A, //     Usage (On-Line)
-        0x91, 0x22, //     Output (Data, Variable, Absolute, No Preferred)
-        0x95, 0x02, //     Report Count (2)
-        0x91, 0x03, //     Output (Constant, Variable, Absolute): padding
-        0xC0,       //   End Collection
-    });
+    d.insert(d.end(),
+             {
+                 0x05, 0x08, //     Usage Page (LEDs)
+                 0x15, 0x00, //     Logical Minimum (0)
+                 0x25, 0x01, //     Logical Maximum (1)
+                 0x75, 0x01, //     Report Size (1)
+                 0x95, 0x06, //     Report Count (6)
+                 0x09, 0x17, //     Usage (Off-Hook)
+                 0x09, 0x18, //     Usage (Ring)
+                 0x09, 0x09, //     Usage (Mute)
+                 0x09, 0x20, //     Usage (Hold)
+                 0x09, 0x21, //     Usage (Microphone)
+                 0x09, 0x2A, //     Usage (On-Line)
+                 0x91, 0x22, //     Output (Data, Variable, Absolute, No Preferred)
+                 0x95, 0x02, //     Report Count (2)
+                 0x91, 0x03, //     Output (Constant, Variable, Absolute): padding
+                 0xC0,       //   End Collection
+             });
     return d;
 }
 

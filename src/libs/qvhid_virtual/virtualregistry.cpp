@@ -97,10 +97,7 @@ struct VirtualHandle
 
     ~VirtualHandle() { freeInfo(info); }
 
-    bool disconnected() const
-    {
-        return device->removed || !device->plugged || generation != device->generation;
-    }
+    bool disconnected() const { return device->removed || !device->plugged || generation != device->generation; }
 };
 
 Registry &Registry::instance()
@@ -204,9 +201,9 @@ void Registry::injectLocked(const std::shared_ptr<VirtualDeviceState> &device, c
             continue;
         if (handle.queue.size() >= QueueCapacity)
             continue;
-        const auto position = std::upper_bound(
-            handle.queue.begin(), handle.queue.end(), due,
-            [](Clock::time_point time, const QueuedReport &queued) { return time < queued.due; });
+        const auto position =
+            std::upper_bound(handle.queue.begin(), handle.queue.end(), due,
+                             [](Clock::time_point time, const QueuedReport &queued) { return time < queued.due; });
         handle.queue.insert(position, QueuedReport{due, report});
     }
     m_changed.notify_all();
@@ -219,8 +216,7 @@ void Registry::inject(int id, const Bytes &report, std::chrono::milliseconds del
         injectLocked(device, report, Clock::now() + delay);
 }
 
-bool Registry::sendButton(int id, const std::string &name, bool press,
-                          std::chrono::milliseconds delay)
+bool Registry::sendButton(int id, const std::string &name, bool press, std::chrono::milliseconds delay)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     auto device = findDevice(id);
@@ -286,8 +282,7 @@ bool Registry::isVirtual(hid_device *device)
     return m_handles.count(device) != 0;
 }
 
-hid_device_info *Registry::appendEnumeration(hid_device_info *list, unsigned short vendorId,
-                                             unsigned short productId)
+hid_device_info *Registry::appendEnumeration(hid_device_info *list, unsigned short vendorId, unsigned short productId)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     hid_device_info **tail = &list;
@@ -406,9 +401,8 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
     }
     if (milliseconds == FollowMode)
         milliseconds = handle->nonBlocking ? 0 : -1;
-    const Clock::time_point deadline = milliseconds < 0
-                                           ? Clock::time_point::max()
-                                           : Clock::now() + std::chrono::milliseconds(milliseconds);
+    const Clock::time_point deadline =
+        milliseconds < 0 ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(milliseconds);
     for (;;) {
         if (handle->closed)
             return -1;
@@ -456,7 +450,7 @@ int Registry::text(hid_device *device, Text which, wchar_t *buffer, size_t maxLe
         return -1;
     const DeviceDescription &description = handle->device->description;
     const std::wstring &value = which == Text::Manufacturer ? description.manufacturer
-                                : which == Text::Product    ? description.product
+        : which == Text::Product                            ? description.product
                                                             : description.serialNumber;
     std::wcsncpy(buffer, value.c_str(), maxLength);
     buffer[maxLength - 1] = L'\0';

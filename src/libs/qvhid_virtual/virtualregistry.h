@@ -46,8 +46,7 @@ public:
     // to the system's hidapi.
     bool isVirtual(hid_device *device);
     // Appends records of the plugged virtual devices that match (0 matches any id).
-    hid_device_info *appendEnumeration(hid_device_info *list, unsigned short vendorId,
-                                       unsigned short productId);
+    hid_device_info *appendEnumeration(hid_device_info *list, unsigned short vendorId, unsigned short productId);
     // `isVirtualPath` tells whether the path names a virtual device, opened or not.
     hid_device *open(const char *path, bool &isVirtualPath);
     void close(hid_device *device);

@@ -24,18 +24,18 @@ namespace {
 class PrintingLogger : public common::logger::ILogger
 {
 public:
-    void Write(const common::logger::IMessage& message) override
+    void Write(const common::logger::IMessage &message) override
     {
         ++lines;
         lastText = message.text();
-        std::printf("[%d %s %s %s] %s\n", message.level(), qPrintable(message.category()),
-                    qPrintable(message.file()), qPrintable(message.function()), qPrintable(message.text()));
+        std::printf("[%d %s %s %s] %s\n", message.level(), qPrintable(message.category()), qPrintable(message.file()),
+                    qPrintable(message.function()), qPrintable(message.text()));
     }
     int lines = 0;
     QString lastText;
 };
 
-int fail(const char* what)
+int fail(const char *what)
 {
     std::fprintf(stderr, "consumer: %s\n", what);
     return 1;
@@ -43,13 +43,13 @@ int fail(const char* what)
 
 // A virtual headset, opened and decoded as the library's reader does: a press of its mute
 // button becomes MUTE, and the ring command becomes the report that lights Ring and On-Line.
-const char* driveVirtualHeadset()
+const char *driveVirtualHeadset()
 {
-    const hid::virt::Model* model = hid::virt::findModel("telephony-headset");
+    const hid::virt::Model *model = hid::virt::findModel("telephony-headset");
     if (!model)
         return "no ready model";
     hid::virt::VirtualDevice device = hid::virt::addModel(*model).front();
-    hid_device* handle = hid_open_path(device.path().c_str());
+    hid_device *handle = hid_open_path(device.path().c_str());
     if (!handle)
         return "virtual headset did not open";
 
@@ -82,8 +82,7 @@ const char* driveVirtualHeadset()
 }
 
 // Runs the event loop until `done` holds, for at most five seconds.
-template<typename Condition>
-bool waitFor(Condition done)
+template<typename Condition> bool waitFor(Condition done)
 {
     const QDeadlineTimer deadline(5000);
     while (!done() && !deadline.hasExpired())
@@ -93,16 +92,18 @@ bool waitFor(Condition done)
 
 // A virtual headset bound through the manager from its audio-device name: it is shown, rings
 // when a call comes in, and its answer button reaches the application as a click.
-const char* bindThroughTheManager()
+const char *bindThroughTheManager()
 {
     hid::virt::VirtualDevice device = hid::virt::addModel(*hid::virt::findModel("telephony-headset")).front();
-    qv::hid::HidDeviceManager& manager = qv::hid::HidDeviceManager::Instance();
+    qv::hid::HidDeviceManager &manager = qv::hid::HidDeviceManager::Instance();
     QString shown;
     QString state;
     int clicks = 0;
     QObject receiver;
-    QObject::connect(&manager, &qv::hid::HidDeviceManager::deviceShow, &receiver, [&](const QString& name) { shown = name; });
-    QObject::connect(&manager, &qv::hid::HidDeviceManager::deviceStateEntered, &receiver, [&](const QString& name) { state = name; });
+    QObject::connect(&manager, &qv::hid::HidDeviceManager::deviceShow, &receiver,
+                     [&](const QString &name) { shown = name; });
+    QObject::connect(&manager, &qv::hid::HidDeviceManager::deviceStateEntered, &receiver,
+                     [&](const QString &name) { state = name; });
     QObject::connect(&manager, &qv::hid::HidDeviceManager::click, &receiver, [&] { ++clicks; });
 
     manager.onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
@@ -127,13 +128,13 @@ const char* bindThroughTheManager()
 
 } // namespace
 
-int main(int argc, char** argv)
+int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     PrintingLogger logger;
     common::logger::SetLogger(&logger);
 
-    qv::hid::HidDeviceManager& manager = qv::hid::HidDeviceManager::Instance();
+    qv::hid::HidDeviceManager &manager = qv::hid::HidDeviceManager::Instance();
     manager.AddDevice(1, QStringLiteral("USB Headset"));
     if (manager.GetTopDevice(1) != QStringLiteral("USB Headset"))
         return fail("top device not kept");
@@ -150,14 +151,14 @@ int main(int argc, char** argv)
     if (!isExplicit || listed.outputPage != 0xFF40 || listed.cmdTalk.size() != 8)
         return fail("built-in headset table not found");
 
-    if (const char* failure = driveVirtualHeadset())
+    if (const char *failure = driveVirtualHeadset())
         return fail(failure);
 
     // The reader thread logs too; this logger is not made for several threads.
     common::logger::SetLogger(nullptr);
     if (hid::HidDevice::IsOSDefault(QStringLiteral("Wave Mapper")) != true || !hid::GetDefaultDeviceName().empty())
         return fail("platform functions wrong");
-    if (const char* failure = bindThroughTheManager())
+    if (const char *failure = bindThroughTheManager())
         return fail(failure);
     std::printf("consumer: OK\n");
     return 0;

@@ -58,11 +58,17 @@ QString clickTypeName(hid::ClickType type)
 void printCode(const hid::HidCode &code)
 {
     out() << "    collection " << hexId(code.devUsagePage) << "/" << hexId(code.devUsageID) << ", buttons on page "
-          << hexId(code.inputPage) << ", lamps on page " << hexId(code.outputPage) << ", empty report: "
-          << clickTypeName(code.clickTypeOnEmptyCode) << ", long delay: " << (code.longDelay ? "yes" : "no") << "\n";
+          << hexId(code.inputPage) << ", lamps on page " << hexId(code.outputPage)
+          << ", empty report: " << clickTypeName(code.clickTypeOnEmptyCode)
+          << ", long delay: " << (code.longDelay ? "yes" : "no") << "\n";
     const std::pair<const char *, const hid::HidCommand *> commands[] = {
-        {"init", &code.cmdInit}, {"ring", &code.cmdRing}, {"talk", &code.cmdTalk}, {"mute", &code.cmdMute},
-        {"hold", &code.cmdHold}, {"hold muted", &code.cmdHoldMuted}, {"talk to ring", &code.cmdFromTalkToRing},
+        {"init", &code.cmdInit},
+        {"ring", &code.cmdRing},
+        {"talk", &code.cmdTalk},
+        {"mute", &code.cmdMute},
+        {"hold", &code.cmdHold},
+        {"hold muted", &code.cmdHoldMuted},
+        {"talk to ring", &code.cmdFromTalkToRing},
     };
     for (const auto &command : commands)
         out() << "    " << QString::fromLatin1(command.first).leftJustified(13) << commandText(*command.second) << "\n";
@@ -85,8 +91,8 @@ void printCodes(const QList<DictionaryRow> &rows)
     hid::HidCode fallback;
     QString configuration;
     if (hid::HidDeviceDict::getFallbackCode(fallback, configuration)) {
-        out() << "\nAny other headset whose report descriptor has the collection " << hexId(fallback.devUsagePage) << "/"
-              << hexId(fallback.devUsageID) << ": the fallback configuration \"" << configuration << "\"\n";
+        out() << "\nAny other headset whose report descriptor has the collection " << hexId(fallback.devUsagePage)
+              << "/" << hexId(fallback.devUsageID) << ": the fallback configuration \"" << configuration << "\"\n";
         printCode(fallback);
     }
 }
@@ -119,7 +125,8 @@ int runCheckDictionary(const QStringList &arguments)
         return UsageError;
 
     QList<Finding> findings = checkDictionary(text);
-    std::stable_sort(findings.begin(), findings.end(), [](const Finding &a, const Finding &b) { return a.line < b.line; });
+    std::stable_sort(findings.begin(), findings.end(),
+                     [](const Finding &a, const Finding &b) { return a.line < b.line; });
     const QString name = file.isEmpty() ? QStringLiteral("(built-in)") : file;
     int errors = 0;
     for (const Finding &finding : findings) {

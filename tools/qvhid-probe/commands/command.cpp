@@ -48,17 +48,19 @@ bool parseArguments(QCommandLineParser &parser, const QStringList &arguments)
 
 QCommandLineOption dictionaryOption()
 {
-    return QCommandLineOption(QStringLiteral("dictionary"), QStringLiteral("The headset dictionary (default: the built-in one)."),
+    return QCommandLineOption(QStringLiteral("dictionary"),
+                              QStringLiteral("The headset dictionary (default: the built-in one)."),
                               QStringLiteral("FILE"));
 }
 
 QCommandLineOption fallbackOption()
 {
-    return QCommandLineOption(QStringLiteral("fallback"),
-                              QStringLiteral("Take the dictionary as naming CONFIGURATION as its \"fallbackConfiguration\": "
-                                             "a headset without a row of its own is bound with it when its descriptor has "
-                                             "its call-control collection (\"Standart\" for standard telephony headsets)."),
-                              QStringLiteral("CONFIGURATION"));
+    return QCommandLineOption(
+        QStringLiteral("fallback"),
+        QStringLiteral("Take the dictionary as naming CONFIGURATION as its \"fallbackConfiguration\": "
+                       "a headset without a row of its own is bound with it when its descriptor has "
+                       "its call-control collection (\"Standart\" for standard telephony headsets)."),
+        QStringLiteral("CONFIGURATION"));
 }
 
 bool loadDictionary(const QString &command, const QString &file, QString &text)
@@ -79,7 +81,8 @@ const hid::virt::Model *findVirtualModel(const QString &command, const QString &
     return model;
 }
 
-bool plugVirtualModels(const QString &command, const QStringList &models, std::vector<hid::virt::VirtualDevice> &devices)
+bool plugVirtualModels(const QString &command, const QStringList &models,
+                       std::vector<hid::virt::VirtualDevice> &devices)
 {
     for (const QString &name : models) {
         const hid::virt::Model *model = findVirtualModel(command, name);

@@ -12,7 +12,7 @@
 namespace hid::virt {
 struct Model;
 class VirtualDevice;
-}
+} // namespace hid::virt
 
 namespace probe {
 
@@ -45,7 +45,8 @@ const hid::virt::Model *findVirtualModel(const QString &command, const QString &
 
 // Plugs in every interface of each named virtual headset, appending them to `devices`; false,
 // after telling the user of `command`, when a name is not a model.
-bool plugVirtualModels(const QString &command, const QStringList &models, std::vector<hid::virt::VirtualDevice> &devices);
+bool plugVirtualModels(const QString &command, const QStringList &models,
+                       std::vector<hid::virt::VirtualDevice> &devices);
 
 int runDemo(const QStringList &arguments);
 int runMatch(const QStringList &arguments);

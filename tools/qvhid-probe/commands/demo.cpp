@@ -37,9 +37,9 @@ struct Step
     QString actor;
     QString action;
     std::function<void()> act;
-    QString gesture;           // the signal the application must receive, or empty
-    QString state;             // the state it must receive, or empty for none
-    hid::HidCommand command;   // the command the headset must be given
+    QString gesture;         // the signal the application must receive, or empty
+    QString state;           // the state it must receive, or empty for none
+    hid::HidCommand command; // the command the headset must be given
 };
 
 // What the application received during one step.
@@ -84,7 +84,8 @@ public:
         if (!isExplicit)
             hid::HidDeviceDict::getFallbackCode(m_code, fallback);
         HidDeviceManager &manager = HidDeviceManager::Instance();
-        QObject::connect(&manager, &HidDeviceManager::deviceShow, &m_context, [this](const QString &name) { m_received.shown = name; });
+        QObject::connect(&manager, &HidDeviceManager::deviceShow, &m_context,
+                         [this](const QString &name) { m_received.shown = name; });
         QObject::connect(&manager, &HidDeviceManager::deviceStateEntered, &m_context,
                          [this](const QString &state) { m_received.states << state; });
         // The softphone's side: a press on the headset is answered as a user expects.
@@ -114,7 +115,8 @@ public:
         QElapsedTimer clock;
         clock.start();
         out() << "Virtual headset \"" << m_product << "\" (" << QString::fromStdString(m_model.name) << "), "
-              << hexId(m_model.interfaces.front().vendorId) << ":" << hexId(m_model.interfaces.front().productId) << "\n"
+              << hexId(m_model.interfaces.front().vendorId) << ":" << hexId(m_model.interfaces.front().productId)
+              << "\n"
               << "The application's audio device: \"" << m_audioDevice << "\"\n\n";
         if (!bind())
             return Failure;
@@ -126,8 +128,17 @@ public:
             {"headset", "answer pressed", [this] { press("answer"); }, "click", "Talk", c.cmdTalk},
             {"headset", "mute pressed", [this] { press("mute"); }, "clickMute", "Talk muted", c.cmdMute},
             {"application", "call unmuted", [&] { manager.onCallUnmuted(); }, {}, "Talk", c.cmdTalk},
-            {"application", "call held", [&] { manager.onCallHold(); }, {}, "Hold", c.cmdHold.empty() ? c.cmdTalk : c.cmdHold},
-            {"application", "held and muted", [&] { manager.onCallHoldMuted(); }, {}, "Hold muted",
+            {"application",
+             "call held",
+             [&] { manager.onCallHold(); },
+             {},
+             "Hold",
+             c.cmdHold.empty() ? c.cmdTalk : c.cmdHold},
+            {"application",
+             "held and muted",
+             [&] { manager.onCallHoldMuted(); },
+             {},
+             "Hold muted",
              c.cmdHoldMuted.empty() ? c.cmdMute : c.cmdHoldMuted},
             {"application", "call ended", [&] { manager.onCallEnd(); }, {}, {}, c.cmdInit},
         };
@@ -159,7 +170,8 @@ private:
         out() << "Bound to interface " << interface.interfaceNumber << " (usage page " << hexId(interface.usagePage)
               << ", usage " << hexId(interface.usage) << ").\n";
         if (m_model.interfaces.size() > 1)
-            out() << "This headset shows its product string on " << m_model.interfaces.size() << " interfaces; the library "
+            out() << "This headset shows its product string on " << m_model.interfaces.size()
+                  << " interfaces; the library "
                   << (interface.usagePage == m_code.devUsagePage && interface.usage == m_code.devUsageID
                           ? "binds the one that is its configuration's call-control collection.\n"
                           : "binds the first, as none is its configuration's call-control collection.\n");
@@ -195,8 +207,8 @@ private:
             received << QStringLiteral("deviceShow \"%1\"").arg(m_received.shown);
         for (const QString &gesture : m_received.gestures)
             received << gesture + QStringLiteral(" (the application reports ")
-                            + (gesture == QLatin1String("click") ? QStringLiteral("the call answered)")
-                                                                  : QStringLiteral("the call muted)"));
+                    + (gesture == QLatin1String("click") ? QStringLiteral("the call answered)")
+                                                         : QStringLiteral("the call muted)"));
         for (const QString &state : m_received.states)
             received << QStringLiteral("state \"%1\"").arg(state);
         if (received.isEmpty())
@@ -206,7 +218,8 @@ private:
               << column(lamps.isEmpty() ? QStringLiteral("(all off)") : lamps.join(QLatin1Char(' ')), 32)
               << received.join(QStringLiteral(", ")) << (ok ? "" : "   <- FAILED") << "\n";
         if (!ok)
-            out() << "    expected lamps: " << (expectedLamps.isEmpty() ? QStringLiteral("(all off)") : expectedLamps.join(QLatin1Char(' ')))
+            out() << "    expected lamps: "
+                  << (expectedLamps.isEmpty() ? QStringLiteral("(all off)") : expectedLamps.join(QLatin1Char(' ')))
                   << "; expected: " << (expectedGestures + expectedStates).join(QStringLiteral(", ")) << "\n";
         return ok;
     }
@@ -236,8 +249,7 @@ private:
             m_lamps->apply(written[m_reportsRead].bytes);
     }
 
-    template<typename Condition>
-    static bool waitFor(Condition condition, int timeoutMs = StepTimeoutMs)
+    template<typename Condition> static bool waitFor(Condition condition, int timeoutMs = StepTimeoutMs)
     {
         // The timer wakes the loop now and then, so that it sleeps while nothing happens.
         QTimer tick;
@@ -279,10 +291,12 @@ int runDemo(const QStringList &arguments)
                        "softphone uses it, and shows after each step what the headset's lamps show and what the\n"
                        "application received. Needs no hardware and no root. Exits 0 when every step behaved as\n"
                        "expected, 1 otherwise."));
-    parser.addPositionalArgument(QStringLiteral("MODEL"),
-                                 QStringLiteral("The virtual headset to use (default: %1).").arg(QLatin1String(DefaultModel)),
-                                 QStringLiteral("[MODEL]"));
-    const QCommandLineOption listOption(QStringLiteral("list-models"), QStringLiteral("Name the virtual headsets and exit."));
+    parser.addPositionalArgument(
+        QStringLiteral("MODEL"),
+        QStringLiteral("The virtual headset to use (default: %1).").arg(QLatin1String(DefaultModel)),
+        QStringLiteral("[MODEL]"));
+    const QCommandLineOption listOption(QStringLiteral("list-models"),
+                                        QStringLiteral("Name the virtual headsets and exit."));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"), QStringLiteral("Show the library's log lines."));
     const QCommandLineOption fallback = fallbackOption();
     parser.addOption(listOption);

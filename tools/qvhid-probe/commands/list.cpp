@@ -15,7 +15,6 @@
 #include <hidapi_parser.h>
 #include <virtualmodels.h>
 
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -90,7 +89,9 @@ public:
             show(interface);
         }
         if (m_problems > 0)
-            out() << "\n" << m_problems << (m_problems == 1 ? " headset needs" : " headsets need") << " attention (see above).\n";
+            out() << "\n"
+                  << m_problems << (m_problems == 1 ? " headset needs" : " headsets need")
+                  << " attention (see above).\n";
     }
 
     int problems() const { return m_problems; }
@@ -115,7 +116,8 @@ private:
         bool isExplicit = false;
         const hid::HidCode code = hid::HidDeviceDict::getHidCode(interface.vid, interface.pid, isExplicit);
         if (isExplicit) {
-            out() << "    dictionary: listed, configuration \"" << configurationOf(interface.vid, interface.pid) << "\"\n";
+            out() << "    dictionary: listed, configuration \"" << configurationOf(interface.vid, interface.pid)
+                  << "\"\n";
             showBinding(interface, code, control);
         } else {
             showUnlisted(interface, control, descriptor != nullptr);
@@ -163,7 +165,8 @@ private:
                 continue;
             any = true;
             out() << "    sound card " << card.number << " (id " << card.id << ", \"" << card.displayName() << "\")\n";
-            const QStringList names = {QStringLiteral("hw:%1").arg(card.number), QStringLiteral("sysdefault:CARD=%1").arg(card.id),
+            const QStringList names = {QStringLiteral("hw:%1").arg(card.number),
+                                       QStringLiteral("sysdefault:CARD=%1").arg(card.id),
                                        QStringLiteral("alsa_card.%1").arg(card.udevId)};
             hid::HidDevice device(nullptr);
             device.chooseAudioDevice(names.first());
@@ -204,7 +207,8 @@ private:
             out() << "    The library will not bind this headset. This dictionary entry would bind it; add it to\n"
                   << "    the application's dictionary and check it with 'qvhid-probe check-dictionary FILE':\n";
         }
-        for (const QString &line : dictionaryEntry(control, interface.product, interface.vid, interface.pid).split(QLatin1Char('\n')))
+        for (const QString &line :
+             dictionaryEntry(control, interface.product, interface.vid, interface.pid).split(QLatin1Char('\n')))
             out() << "        " << line << "\n";
         if (interface.usagePage != control.collectionPage || interface.usage != control.collectionUsage)
             out() << "    note: of the interfaces with the product string \"" << interface.product
@@ -234,9 +238,11 @@ private:
         if (named)
             out() << "the dictionary's fallback configuration \"" << configuration << "\" ";
         else
-            out() << "the dictionary names none; with \"fallbackConfiguration\": \"" << StandardConfiguration << "\" the library ";
+            out() << "the dictionary names none; with \"fallbackConfiguration\": \"" << StandardConfiguration
+                  << "\" the library ";
         if (bound)
-            out() << (named ? "binds" : "would bind") << " this interface for \"" << interface.product << "\": " << rule << "\n";
+            out() << (named ? "binds" : "would bind") << " this interface for \"" << interface.product << "\": " << rule
+                  << "\n";
         else if (!chosen.isEmpty())
             out() << (named ? "binds" : "would bind") << " " << chosen << " instead\n";
         else
@@ -297,10 +303,11 @@ int runList(const QStringList &arguments)
                        "bind it. Exits 0 when nothing needs attention, 1 otherwise."));
     const QCommandLineOption dictionary = dictionaryOption();
     const QCommandLineOption fallback = fallbackOption();
-    const QCommandLineOption virtualOption(QStringLiteral("virtual"),
-                                           QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
-                                                          "--list-models'); may be given more than once."),
-                                           QStringLiteral("MODEL"));
+    const QCommandLineOption virtualOption(
+        QStringLiteral("virtual"),
+        QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
+                       "--list-models'); may be given more than once."),
+        QStringLiteral("MODEL"));
     parser.addOption(dictionary);
     parser.addOption(fallback);
     parser.addOption(virtualOption);

@@ -70,15 +70,18 @@ int runMatch(const QStringList &arguments)
                        "sound layers give them: hw:2, sysdefault:CARD=Headset, alsa_output.usb-...analog-stereo,\n"
                        "\"Office Headset 20 Analog Stereo\", \"Headset Microphone (Office Headset 20)\". Nothing is\n"
                        "opened. Exits 0 when every name binds an interface, 1 otherwise."));
-    parser.addPositionalArgument(QStringLiteral("NAME"), QStringLiteral("An audio-device name."), QStringLiteral("NAME..."));
+    parser.addPositionalArgument(QStringLiteral("NAME"), QStringLiteral("An audio-device name."),
+                                 QStringLiteral("NAME..."));
     const QCommandLineOption dictionary = dictionaryOption();
-    const QCommandLineOption json(QStringLiteral("json"),
-                                  QStringLiteral("Print one JSON array, an object per name in order: audioDevice, path "
-                                                 "(null when nothing binds), rule, soundCard, and for a bound interface "
-                                                 "vendorId, productId, product, interfaceNumber, usagePage, usage."));
-    const QCommandLineOption virtualOption(QStringLiteral("virtual"),
-                                           QStringLiteral("Plug in the virtual headset MODEL first; may be given more than once."),
-                                           QStringLiteral("MODEL"));
+    const QCommandLineOption json(
+        QStringLiteral("json"),
+        QStringLiteral("Print one JSON array, an object per name in order: audioDevice, path "
+                       "(null when nothing binds), rule, soundCard, and for a bound interface "
+                       "vendorId, productId, product, interfaceNumber, usagePage, usage."));
+    const QCommandLineOption virtualOption(
+        QStringLiteral("virtual"),
+        QStringLiteral("Plug in the virtual headset MODEL first; may be given more than once."),
+        QStringLiteral("MODEL"));
     const QCommandLineOption fallback = fallbackOption();
     parser.addOption(dictionary);
     parser.addOption(fallback);

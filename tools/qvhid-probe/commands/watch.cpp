@@ -57,8 +57,9 @@ public:
             if (m_settling && state == QLatin1String("Initial"))
                 settled();
         });
-        QObject::connect(&manager, &HidDeviceManager::click, &m_context,
-                         [this] { print(QStringLiteral("gesture"), QStringLiteral("click (answer or end the call)")); });
+        QObject::connect(&manager, &HidDeviceManager::click, &m_context, [this] {
+            print(QStringLiteral("gesture"), QStringLiteral("click (answer or end the call)"));
+        });
         QObject::connect(&manager, &HidDeviceManager::clickMute, &m_context,
                          [this] { print(QStringLiteral("gesture"), QStringLiteral("clickMute (toggle mute)")); });
         QObject::connect(&manager, &HidDeviceManager::clickReject, &m_context,
@@ -66,7 +67,8 @@ public:
         QObject::connect(&m_input, &QSocketNotifier::activated, &m_context, [this] { readInput(); });
         m_settleTimer.setSingleShot(true);
         QObject::connect(&m_settleTimer, &QTimer::timeout, &m_context, [this] {
-            print(QStringLiteral("note"), QStringLiteral("the headset took no state within %1 ms").arg(SettleTimeoutMs));
+            print(QStringLiteral("note"),
+                  QStringLiteral("the headset took no state within %1 ms").arg(SettleTimeoutMs));
             settled();
         });
         m_echo = !::isatty(STDIN_FILENO);
@@ -115,8 +117,9 @@ private:
             m_settling = true;
             m_settleTimer.start(SettleTimeoutMs);
         } else {
-            print(QStringLiteral("note"), QStringLiteral("no headset bound: %1; 'qvhid-probe list' shows the HID interfaces")
-                                              .arg(choice.getChoice().rule));
+            print(QStringLiteral("note"),
+                  QStringLiteral("no headset bound: %1; 'qvhid-probe list' shows the HID interfaces")
+                      .arg(choice.getChoice().rule));
         }
     }
 
@@ -181,10 +184,11 @@ private:
         else if (word == QLatin1String("buttons") && !m_virtualDevices.empty())
             print(QStringLiteral("buttons"), buttonNames().join(QLatin1Char(' ')));
         else
-            print(QStringLiteral("error"), QStringLiteral("unknown command '%1' (commands: %2%3)")
-                                               .arg(line, QLatin1String(CommandList),
-                                                    m_virtualDevices.empty() ? QString()
-                                                                             : QStringLiteral(", ") + QLatin1String(VirtualCommandList)));
+            print(QStringLiteral("error"),
+                  QStringLiteral("unknown command '%1' (commands: %2%3)")
+                      .arg(line, QLatin1String(CommandList),
+                           m_virtualDevices.empty() ? QString()
+                                                    : QStringLiteral(", ") + QLatin1String(VirtualCommandList)));
     }
 
     void press(const QString &button)
@@ -199,7 +203,8 @@ private:
         }
         if (!pressed)
             print(QStringLiteral("error"),
-                  QStringLiteral("the virtual headset has no button '%1'; it has: %2").arg(button, buttonNames().join(QLatin1Char(' '))));
+                  QStringLiteral("the virtual headset has no button '%1'; it has: %2")
+                      .arg(button, buttonNames().join(QLatin1Char(' '))));
     }
 
     QStringList buttonNames() const
@@ -216,8 +221,8 @@ private:
 
     void print(const QString &what, const QString &detail)
     {
-        out() << QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")) << "  " << what.leftJustified(14) << detail
-              << "\n";
+        out() << QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz")) << "  " << what.leftJustified(14)
+              << detail << "\n";
         out().flush();
     }
 
@@ -243,16 +248,18 @@ int runWatch(const QStringList &arguments)
         QStringLiteral("qvhid-probe watch: binds the headset behind an audio device as a softphone does, and shows\n"
                        "with time stamps when the device is shown and hidden, every state its reader enters and\n"
                        "every gesture the application receives. Call states typed on standard input go to the\n"
-                       "headset.\n") + QLatin1String(CommandHelp));
+                       "headset.\n")
+        + QLatin1String(CommandHelp));
     parser.addPositionalArgument(QStringLiteral("AUDIO-DEVICE"),
                                  QStringLiteral("The audio device's name, as the sound system shows it, for example\n"
                                                 "\"Headset Microphone (2- Office Headset 20)\"."));
     const QCommandLineOption dictionary = dictionaryOption();
     const QCommandLineOption verboseOption(QStringLiteral("verbose"), QStringLiteral("Show the library's log lines."));
-    const QCommandLineOption virtualOption(QStringLiteral("virtual"),
-                                           QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
-                                                          "--list-models')."),
-                                           QStringLiteral("MODEL"));
+    const QCommandLineOption virtualOption(
+        QStringLiteral("virtual"),
+        QStringLiteral("Plug in the virtual headset MODEL first (see 'qvhid-probe demo "
+                       "--list-models')."),
+        QStringLiteral("MODEL"));
     const QCommandLineOption fallback = fallbackOption();
     parser.addOption(dictionary);
     parser.addOption(fallback);

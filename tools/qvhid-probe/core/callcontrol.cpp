@@ -99,17 +99,18 @@ QString dictionaryEntry(const CallControl &control, const QString &product, unsi
     const auto quoted = [](const QString &text) {
         return QString::fromUtf8(QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact)).mid(1).chopped(1);
     };
-    const QString configuration = control.fitsBuiltInCodes() ? QStringLiteral("Standart")
-                                                             : QStringLiteral("%1 %2").arg(hexId(vid), hexId(pid));
-    const QString row = QStringLiteral("\"devices\": [ { \"name\": %1, \"vid\": \"%2\", \"pid\": \"%3\", \"configuration\": %4 } ]")
-                            .arg(quoted(product), hexId(vid), hexId(pid), quoted(configuration));
+    const QString configuration =
+        control.fitsBuiltInCodes() ? QStringLiteral("Standart") : QStringLiteral("%1 %2").arg(hexId(vid), hexId(pid));
+    const QString row =
+        QStringLiteral("\"devices\": [ { \"name\": %1, \"vid\": \"%2\", \"pid\": \"%3\", \"configuration\": %4 } ]")
+            .arg(quoted(product), hexId(vid), hexId(pid), quoted(configuration));
     if (control.fitsBuiltInCodes())
         return row;
     // "Standart" states the library's built-in codes; a headset on other pages needs its own.
     return QStringLiteral("\"configurations\": { %1: { \"devUsagePage\": \"%2\", \"devUsageID\": \"%3\", "
                           "\"inputPage\": \"%4\", \"outputPage\": \"%5\" } },\n%6")
-        .arg(quoted(configuration), hexId(control.collectionPage), hexId(control.collectionUsage), hexId(control.inputPage),
-             hexId(control.outputPage), row);
+        .arg(quoted(configuration), hexId(control.collectionPage), hexId(control.collectionUsage),
+             hexId(control.inputPage), hexId(control.outputPage), row);
 }
 
 } // namespace probe

@@ -13,8 +13,8 @@ bool readDictionary(const QString &file, QString &text, QString &error)
 {
     QFile dictionary(file.isEmpty() ? QStringLiteral(":headsets.json") : file);
     if (!dictionary.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("cannot read %1: %2").arg(file.isEmpty() ? QStringLiteral("the built-in dictionary") : file,
-                                                         dictionary.errorString());
+        error = QStringLiteral("cannot read %1: %2")
+                    .arg(file.isEmpty() ? QStringLiteral("the built-in dictionary") : file, dictionary.errorString());
         return false;
     }
     QByteArray bytes = dictionary.readAll();

@@ -20,11 +20,12 @@ namespace {
 
 const QStringList PageKeys = {QStringLiteral("devUsagePage"), QStringLiteral("devUsageID"), QStringLiteral("inputPage"),
                               QStringLiteral("outputPage")};
-const QStringList CommandKeys = {QStringLiteral("cmdInit"), QStringLiteral("cmdRing"), QStringLiteral("cmdTalk"),
-                                 QStringLiteral("cmdHold"), QStringLiteral("cmdHoldMuted"), QStringLiteral("cmdMute"),
+const QStringList CommandKeys = {QStringLiteral("cmdInit"),          QStringLiteral("cmdRing"),
+                                 QStringLiteral("cmdTalk"),          QStringLiteral("cmdHold"),
+                                 QStringLiteral("cmdHoldMuted"),     QStringLiteral("cmdMute"),
                                  QStringLiteral("cmdFromTalkToRing")};
 const QStringList UsageNames = {QStringLiteral("MUTE"), QStringLiteral("HOOK"), QStringLiteral("RING"),
-                                QStringLiteral("HOLD"), QStringLiteral("MIC"), QStringLiteral("ONLINE")};
+                                QStringLiteral("HOLD"), QStringLiteral("MIC"),  QStringLiteral("ONLINE")};
 const QString FallbackKey = QStringLiteral("fallbackConfiguration");
 const QStringList ClickNames = {QStringLiteral("CLICK"), QStringLiteral("MUTE"), QStringLiteral("NONE")};
 
@@ -57,7 +58,7 @@ QString asText(const QJsonValue &number)
 {
     const double value = number.toDouble();
     return value >= 0 && value <= 0xFFFFFFFFu && value == double(qint64(value)) ? hexId(unsigned(value))
-                                                                                 : QStringLiteral("0x...");
+                                                                                : QStringLiteral("0x...");
 }
 
 class Checker
@@ -78,23 +79,27 @@ public:
             int column = 0;
             // Qt's offset is just past the character at which the parse failed.
             lineAndColumn(m_text, parseError.offset - 1, line, column);
-            error(line, QStringLiteral("not valid JSON at line %1, column %2: %3. The library logs a parse error, loads "
-                                       "no headset from it and falls back to its built-in table.")
-                            .arg(line)
-                            .arg(column)
-                            .arg(parseError.errorString()));
+            error(line,
+                  QStringLiteral("not valid JSON at line %1, column %2: %3. The library logs a parse error, loads "
+                                 "no headset from it and falls back to its built-in table.")
+                      .arg(line)
+                      .arg(column)
+                      .arg(parseError.errorString()));
             return m_findings;
         }
         for (const DuplicateKey &duplicate : m_layout.duplicateKeys())
-            error(duplicate.line, QStringLiteral("\"%1\" is given twice in %2 (also at line %3): the library reads only the "
-                                                 "later one")
-                                      .arg(duplicate.key,
-                                           duplicate.objectPath.isEmpty() ? QStringLiteral("the top-level object")
-                                                                          : duplicate.objectPath)
-                                      .arg(duplicate.firstLine));
+            error(
+                duplicate.line,
+                QStringLiteral("\"%1\" is given twice in %2 (also at line %3): the library reads only the "
+                               "later one")
+                    .arg(duplicate.key,
+                         duplicate.objectPath.isEmpty() ? QStringLiteral("the top-level object") : duplicate.objectPath)
+                    .arg(duplicate.firstLine));
         if (!document.isObject()) {
-            error(1, QStringLiteral("the document is not an object: the library loads no headset from it and falls back to "
-                                    "its built-in table"));
+            error(
+                1,
+                QStringLiteral("the document is not an object: the library loads no headset from it and falls back to "
+                               "its built-in table"));
             return m_findings;
         }
         const QJsonObject root = document.object();
@@ -128,8 +133,9 @@ private:
         if (value.isUndefined())
             return;
         if (!value.isObject()) {
-            error(path, QStringLiteral("\"configurations\" is %1, not an object: every row gets the built-in codes")
-                            .arg(typeName(value)));
+            error(path,
+                  QStringLiteral("\"configurations\" is %1, not an object: every row gets the built-in codes")
+                      .arg(typeName(value)));
             return;
         }
         const QJsonObject configurations = value.toObject();
@@ -141,8 +147,9 @@ private:
     {
         m_configurations.insert(name);
         if (!value.isObject()) {
-            error(path, QStringLiteral("configuration \"%1\" is %2, not an object: rows that name it get the built-in codes")
-                            .arg(name, typeName(value)));
+            error(path,
+                  QStringLiteral("configuration \"%1\" is %2, not an object: rows that name it get the built-in codes")
+                      .arg(name, typeName(value)));
             return;
         }
         const QJsonObject configuration = value.toObject();
@@ -159,9 +166,10 @@ private:
             else if (CommandKeys.contains(key))
                 checkCommand(keyPath, where, member.value());
             else
-                error(keyPath, QStringLiteral("configuration \"%1\" has the key \"%2\", which the library does not know and "
-                                              "ignores (keys are case-sensitive)")
-                                   .arg(name, key));
+                error(keyPath,
+                      QStringLiteral("configuration \"%1\" has the key \"%2\", which the library does not know and "
+                                     "ignores (keys are case-sensitive)")
+                          .arg(name, key));
         }
     }
 
@@ -171,23 +179,29 @@ private:
                                             const QString &fallback, bool sixteenBits)
     {
         if (value.isDouble()) {
-            error(path, QStringLiteral("%1 is written as the JSON number %2; the library reads numbers only as strings and %3: "
-                                       "write \"%4\"")
-                            .arg(where, QString::number(value.toDouble()), fallback, asText(value)));
+            error(
+                path,
+                QStringLiteral("%1 is written as the JSON number %2; the library reads numbers only as strings and %3: "
+                               "write \"%4\"")
+                    .arg(where, QString::number(value.toDouble()), fallback, asText(value)));
             return std::nullopt;
         }
         if (!value.isString()) {
-            error(path, QStringLiteral("%1 is %2, not a number text; the library %3").arg(where, typeName(value), fallback));
+            error(path,
+                  QStringLiteral("%1 is %2, not a number text; the library %3").arg(where, typeName(value), fallback));
             return std::nullopt;
         }
         const std::optional<unsigned int> number = numberText(value.toString());
         if (!number) {
-            error(path, QStringLiteral("%1 is \"%2\", which is not a number; the library reads it as 0").arg(where, value.toString()));
+            error(path,
+                  QStringLiteral("%1 is \"%2\", which is not a number; the library reads it as 0")
+                      .arg(where, value.toString()));
             return std::nullopt;
         }
         if (sixteenBits && *number > 0xFFFF) {
-            error(path, QStringLiteral("%1 is \"%2\", which does not fit in 16 bits; the library keeps only %3")
-                            .arg(where, value.toString(), hexId(*number & 0xFFFF)));
+            error(path,
+                  QStringLiteral("%1 is \"%2\", which does not fit in 16 bits; the library keeps only %3")
+                      .arg(where, value.toString(), hexId(*number & 0xFFFF)));
             return *number & 0xFFFF;
         }
         return number;
@@ -196,7 +210,8 @@ private:
     void checkBoolean(const QString &path, const QString &where, const QJsonValue &value)
     {
         if (!value.isBool())
-            error(path, QStringLiteral("%1 is %2, not true or false; the library keeps false").arg(where, typeName(value)));
+            error(path,
+                  QStringLiteral("%1 is %2, not true or false; the library keeps false").arg(where, typeName(value)));
     }
 
     void checkClickType(const QString &path, const QString &where, const QJsonValue &value)
@@ -209,19 +224,22 @@ private:
         }
         const std::optional<unsigned int> number = numberText(value.toString());
         if (!number)
-            error(path, QStringLiteral("%1 is \"%2\", which is no click type (CLICK, MUTE, NONE or \"2\" for a reject); "
-                                       "the library reads it as MUTE")
-                            .arg(where, value.toString()));
+            error(path,
+                  QStringLiteral("%1 is \"%2\", which is no click type (CLICK, MUTE, NONE or \"2\" for a reject); "
+                                 "the library reads it as MUTE")
+                      .arg(where, value.toString()));
         else if (*number > 2)
-            error(path, QStringLiteral("%1 is \"%2\", which is no click type (CLICK, MUTE, NONE or \"2\" for a reject)")
-                            .arg(where, value.toString()));
+            error(path,
+                  QStringLiteral("%1 is \"%2\", which is no click type (CLICK, MUTE, NONE or \"2\" for a reject)")
+                      .arg(where, value.toString()));
     }
 
     void checkCommand(const QString &path, const QString &where, const QJsonValue &value)
     {
         if (!value.isArray()) {
-            error(path, QStringLiteral("%1 is %2, not a list of steps: the command becomes empty and writes nothing")
-                            .arg(where, typeName(value)));
+            error(path,
+                  QStringLiteral("%1 is %2, not a list of steps: the command becomes empty and writes nothing")
+                      .arg(where, typeName(value)));
             return;
         }
         const QJsonArray steps = value.toArray();
@@ -231,8 +249,9 @@ private:
             const QString stepPath = JsonLayout::element(path, index);
             const QString step = QStringLiteral("step %1 of %2").arg(index + 1).arg(where);
             if (!steps[index].isArray()) {
-                error(stepPath, QStringLiteral("%1 is %2, not a list of usages: it becomes an empty step (every lamp off)")
-                                    .arg(step, typeName(steps[index])));
+                error(stepPath,
+                      QStringLiteral("%1 is %2, not a list of usages: it becomes an empty step (every lamp off)")
+                          .arg(step, typeName(steps[index])));
                 continue;
             }
             const QJsonArray usages = steps[index].toArray();
@@ -246,22 +265,26 @@ private:
         if (value.isString() && UsageNames.contains(value.toString(), Qt::CaseInsensitive))
             return;
         if (value.isDouble()) {
-            error(path, QStringLiteral("%1 has the JSON number %2; the library reads usages only as strings and drops it: "
-                                       "write \"%3\"")
-                            .arg(step, QString::number(value.toDouble()), asText(value)));
+            error(path,
+                  QStringLiteral("%1 has the JSON number %2; the library reads usages only as strings and drops it: "
+                                 "write \"%3\"")
+                      .arg(step, QString::number(value.toDouble()), asText(value)));
             return;
         }
         if (!value.isString()) {
-            error(path, QStringLiteral("%1 has %2 where a usage belongs; the library drops it").arg(step, typeName(value)));
+            error(path,
+                  QStringLiteral("%1 has %2 where a usage belongs; the library drops it").arg(step, typeName(value)));
             return;
         }
         const std::optional<unsigned int> number = numberText(value.toString());
         if (!number)
-            error(path, QStringLiteral("%1 has the unknown usage name \"%2\" (known: %3, or a number); the library drops it")
-                            .arg(step, value.toString(), UsageNames.join(QStringLiteral(", "))));
+            error(path,
+                  QStringLiteral("%1 has the unknown usage name \"%2\" (known: %3, or a number); the library drops it")
+                      .arg(step, value.toString(), UsageNames.join(QStringLiteral(", "))));
         else if ((*number & 0xFFFF) == 0)
-            error(path, QStringLiteral("%1 has the usage \"%2\", which is 0 in 16 bits; the library drops it")
-                            .arg(step, value.toString()));
+            error(path,
+                  QStringLiteral("%1 has the usage \"%2\", which is 0 in 16 bits; the library drops it")
+                      .arg(step, value.toString()));
     }
 
     bool isConfiguration(const QString &name) const
@@ -272,19 +295,21 @@ private:
     void checkFallback(const QJsonValue &value)
     {
         if (!value.isString()) {
-            error(FallbackKey, QStringLiteral("\"%1\" is %2, not the name of a configuration: the library binds no headset "
-                                              "through a fallback, and logs a warning")
-                                   .arg(FallbackKey, typeName(value)));
+            error(FallbackKey,
+                  QStringLiteral("\"%1\" is %2, not the name of a configuration: the library binds no headset "
+                                 "through a fallback, and logs a warning")
+                      .arg(FallbackKey, typeName(value)));
             return;
         }
         const QString name = value.toString();
         if (!isConfiguration(name)) {
             const QString hint = name.compare(QLatin1String("Standard"), Qt::CaseInsensitive) == 0
-                                     ? QStringLiteral(" (the standard configuration is spelt \"Standart\")")
-                                     : QString();
-            error(FallbackKey, QStringLiteral("\"%1\" names the configuration \"%2\", which does not exist%3: the library "
-                                              "binds no headset through a fallback, and logs a warning")
-                                   .arg(FallbackKey, name, hint));
+                ? QStringLiteral(" (the standard configuration is spelt \"Standart\")")
+                : QString();
+            error(FallbackKey,
+                  QStringLiteral("\"%1\" names the configuration \"%2\", which does not exist%3: the library "
+                                 "binds no headset through a fallback, and logs a warning")
+                      .arg(FallbackKey, name, hint));
             return;
         }
         m_usedConfigurations.insert(name);
@@ -296,10 +321,13 @@ private:
         // On top of the built-in table, a text needs no rows of its own.
         const bool noRows = value.isUndefined() || (value.isArray() && value.toArray().isEmpty());
         if (!(m_layered && noRows) && (!value.isArray() || value.toArray().isEmpty())) {
-            error(path, QStringLiteral("%1: the library loads no headset from this dictionary and falls back to its built-in table")
-                            .arg(value.isUndefined() ? QStringLiteral("there is no \"devices\" list")
-                                 : value.isArray()   ? QStringLiteral("the \"devices\" list is empty")
-                                                     : QStringLiteral("\"devices\" is %1, not a list").arg(typeName(value))));
+            error(path,
+                  QStringLiteral(
+                      "%1: the library loads no headset from this dictionary and falls back to its built-in table")
+                      .arg(value.isUndefined() ? QStringLiteral("there is no \"devices\" list")
+                               : value.isArray()
+                               ? QStringLiteral("the \"devices\" list is empty")
+                               : QStringLiteral("\"devices\" is %1, not a list").arg(typeName(value))));
             return;
         }
         const QJsonArray devices = value.toArray();
@@ -308,7 +336,9 @@ private:
             const QString rowPath = JsonLayout::element(path, index);
             const QString row = QStringLiteral("row %1").arg(index + 1);
             if (!devices[index].isObject()) {
-                error(rowPath, QStringLiteral("%1 is %2, not an object: it lists no headset").arg(row, typeName(devices[index])));
+                error(
+                    rowPath,
+                    QStringLiteral("%1 is %2, not an object: it lists no headset").arg(row, typeName(devices[index])));
                 continue;
             }
             const QJsonObject object = devices[index].toObject();
@@ -326,20 +356,23 @@ private:
             if (configuration.isUndefined()) {
                 warning(rowPath, QStringLiteral("%1 names no configuration: it gets the built-in codes").arg(row));
             } else if (!configuration.isString()) {
-                error(configurationPath, QStringLiteral("%1 gives its configuration as %2, not a name: it gets the built-in codes")
-                                             .arg(row, typeName(configuration)));
+                error(configurationPath,
+                      QStringLiteral("%1 gives its configuration as %2, not a name: it gets the built-in codes")
+                          .arg(row, typeName(configuration)));
             } else if (!isConfiguration(configuration.toString())) {
-                error(configurationPath, QStringLiteral("%1 names the configuration \"%2\", which does not exist: it gets the "
-                                                        "built-in codes")
-                                             .arg(row, configuration.toString()));
+                error(configurationPath,
+                      QStringLiteral("%1 names the configuration \"%2\", which does not exist: it gets the "
+                                     "built-in codes")
+                          .arg(row, configuration.toString()));
             } else {
                 m_usedConfigurations.insert(configuration.toString());
             }
             const auto ids = qMakePair(vid, pid);
             if (rowOfIds.contains(ids))
-                warning(rowPath, QStringLiteral("%1 lists %2:%3 again, as row %4 does: the later row replaces the earlier")
-                                     .arg(row, hexId(vid), hexId(pid))
-                                     .arg(rowOfIds.value(ids) + 1));
+                warning(rowPath,
+                        QStringLiteral("%1 lists %2:%3 again, as row %4 does: the later row replaces the earlier")
+                            .arg(row, hexId(vid), hexId(pid))
+                            .arg(rowOfIds.value(ids) + 1));
             rowOfIds.insert(ids, index);
         }
         for (const QString &name : m_configurations) {
@@ -356,10 +389,12 @@ private:
         const QJsonValue vid = object.value(QStringLiteral("vid"));
         const QString vidPath = JsonLayout::member(rowPath, QStringLiteral("vid"));
         if (vid.isUndefined()) {
-            error(rowPath, QStringLiteral("%1 has no vid: the library files it under vendor 0, which no headset has").arg(row));
+            error(rowPath,
+                  QStringLiteral("%1 has no vid: the library files it under vendor 0, which no headset has").arg(row));
         } else {
             const std::optional<unsigned int> number =
-                checkNumber(vidPath, QStringLiteral("the vid of %1").arg(row), vid, QStringLiteral("files it under vendor 0"), true);
+                checkNumber(vidPath, QStringLiteral("the vid of %1").arg(row), vid,
+                            QStringLiteral("files it under vendor 0"), true);
             if (number && *number == 0)
                 error(vidPath, QStringLiteral("%1 has vendor id 0, which no headset has").arg(row));
         }
@@ -371,8 +406,9 @@ private:
                                   QStringLiteral("makes it a row for the whole vendor"), true);
         if (pid.isUndefined() || (product && *product == 0))
             error(pid.isUndefined() ? rowPath : pidPath,
-                  QStringLiteral("%1 is a vendor-wide row (no product id): the library binds only headsets whose vendor and "
-                                 "product id are both listed, so it binds nothing through this row")
+                  QStringLiteral(
+                      "%1 is a vendor-wide row (no product id): the library binds only headsets whose vendor and "
+                      "product id are both listed, so it binds nothing through this row")
                       .arg(row));
         return hid::valToUint(vid, 0) & 0xFFFF;
     }
@@ -386,7 +422,7 @@ private:
 
     const QString m_text;
     const JsonLayout m_layout;
-    QSet<QString> m_configurations; // the text's own
+    QSet<QString> m_configurations;      // the text's own
     QStringList m_builtInConfigurations; // when the text is read on top of the built-in table
     QSet<QString> m_usedConfigurations;
     bool m_layered = false;

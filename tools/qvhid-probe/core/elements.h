@@ -7,8 +7,7 @@
 namespace probe {
 
 // Calls `visit` with every element of `collection` and of all collections inside it.
-template<typename Visit>
-void forEachElement(const hid_collection *collection, Visit visit)
+template<typename Visit> void forEachElement(const hid_collection *collection, Visit visit)
 {
     for (const hid_element *element = collection->first_element; element; element = element->next)
         visit(*element);

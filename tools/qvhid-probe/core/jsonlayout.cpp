@@ -28,8 +28,9 @@ QString JsonLayout::element(const QString &arrayPath, int index)
 
 void JsonLayout::skipSpace()
 {
-    while (!atEnd() && (current() == QLatin1Char(' ') || current() == QLatin1Char('\t') || current() == QLatin1Char('\r')
-                        || current() == QLatin1Char('\n'))) {
+    while (!atEnd()
+           && (current() == QLatin1Char(' ') || current() == QLatin1Char('\t') || current() == QLatin1Char('\r')
+               || current() == QLatin1Char('\n'))) {
         if (current() == QLatin1Char('\n'))
             ++m_line;
         ++m_position;

@@ -42,7 +42,8 @@ QString findUdevRule(const QStringList &directories, unsigned short vid, unsigne
 {
     for (const QString &directory : directories) {
         const QDir dir(directory);
-        for (const QString &name : dir.entryList({QStringLiteral("*.rules")}, QDir::Files | QDir::Readable, QDir::Name)) {
+        for (const QString &name :
+             dir.entryList({QStringLiteral("*.rules")}, QDir::Files | QDir::Readable, QDir::Name)) {
             QFile file(dir.filePath(name));
             if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
                 continue;
@@ -65,14 +66,16 @@ QString deniedAccess(const QStringList &directories, unsigned short vid, unsigne
     if (!rulesFile.isEmpty())
         return QStringLiteral(
                    "denied, although %1 has a rule for it. udev applies rules when a device appears:\n"
-                   "        unplug the headset and plug it in again (or run 'udevadm trigger --subsystem-match=hidraw' as\n"
+                   "        unplug the headset and plug it in again (or run 'udevadm trigger --subsystem-match=hidraw' "
+                   "as\n"
                    "        root). The rule gives access to the user logged in at the seat, not to a login over ssh.")
             .arg(rulesFile);
     return QStringLiteral(
                "denied; no udev rule gives the user access to it. The missing rule is\n"
                "        %1\n"
                "        As root, add it to /etc/udev/rules.d/70-qvhid-headsets.rules (or install the rules of your\n"
-               "        dictionary: qvhid-probe udev-rules [--dictionary FILE] > /etc/udev/rules.d/70-qvhid-headsets.rules),\n"
+               "        dictionary: qvhid-probe udev-rules [--dictionary FILE] > "
+               "/etc/udev/rules.d/70-qvhid-headsets.rules),\n"
                "        then run 'udevadm control --reload && udevadm trigger --subsystem-match=hidraw'.")
         .arg(udevRule(vid, pid));
 }

@@ -60,8 +60,7 @@ ClickType gestureOf(const std::vector<unsigned short> &usages)
     return NONE;
 }
 
-template<typename Visit>
-void forEachElement(const hid_collection *collection, Visit visit)
+template<typename Visit> void forEachElement(const hid_collection *collection, Visit visit)
 {
     for (hid_element *element = collection->first_element; element; element = element->next)
         visit(*element);
@@ -87,8 +86,7 @@ HidDecoderBase::~HidDecoderBase()
     HID_LOG(log::Trace) << "~HidDecoderBase";
 }
 
-ClickType HidDecoderBase::getClickTypeFromData(const std::vector<unsigned char> &data,
-                                               unsigned short length,
+ClickType HidDecoderBase::getClickTypeFromData(const std::vector<unsigned char> &data, unsigned short length,
                                                std::vector<unsigned short> & /*usages*/) const
 {
     if (!m_descriptor)

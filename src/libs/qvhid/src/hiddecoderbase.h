@@ -34,8 +34,7 @@ public:
     ~HidDecoderBase() override;
 
     /// The gesture in one input report of `length` bytes. `usages` is left untouched.
-    virtual ClickType getClickTypeFromData(const std::vector<unsigned char> &data,
-                                           unsigned short length,
+    virtual ClickType getClickTypeFromData(const std::vector<unsigned char> &data, unsigned short length,
                                            std::vector<unsigned short> &usages) const;
     /// Appends to `reports` the output reports that switch on exactly `usages` of `page` in the
     /// headset's call-control collection (and all its other outputs of `page` off). False when
@@ -45,8 +44,8 @@ public:
 
     /// The top-level collection of `descriptor` with this usage page and usage, where a headset
     /// keeps its call control; null when it has none.
-    static const hid_collection *findCallControlCollection(const hid_descriptor *descriptor,
-                                                           unsigned short usagePage, unsigned short usage);
+    static const hid_collection *findCallControlCollection(const hid_descriptor *descriptor, unsigned short usagePage,
+                                                           unsigned short usage);
     static bool isSet(const std::vector<unsigned short> &usages, unsigned short usage);
     /// True when the bytes begin with one of the patterns or a pattern begins with the bytes.
     static bool isKindOf(ByteIterator first, ByteIterator last,

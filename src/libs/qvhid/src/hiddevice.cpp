@@ -33,20 +33,20 @@ constexpr unsigned long ThreadExitWaitMs = 3000;
 constexpr int PlugSettleMs = 20;
 
 // Every HidDevice alive. Touched on the application's main thread only.
-std::unordered_set<HidDevice*>& liveDevices()
+std::unordered_set<HidDevice *> &liveDevices()
 {
-    static std::unordered_set<HidDevice*> devices;
+    static std::unordered_set<HidDevice *> devices;
     return devices;
 }
 
 // An empty name withdraws the binding, and the default-device alias stands for a device this
 // platform does not name: neither has a sound card to look up or a headset to wait for.
-bool namesNoDevice(const QString& name)
+bool namesNoDevice(const QString &name)
 {
     return name.trimmed().isEmpty() || HidDevice::IsOSDefault(name);
 }
 
-QString productString(const hid_device_info* record)
+QString productString(const hid_device_info *record)
 {
     return record->product_string ? QString::fromWCharArray(record->product_string) : QString();
 }
@@ -58,7 +58,7 @@ QString hexWord(unsigned short value)
 }
 
 // Whether the interface is listed under the configuration's call-control collection.
-bool isCallControl(const hid_device_info* record, const HidCode& code)
+bool isCallControl(const hid_device_info *record, const HidCode &code)
 {
     return record->usage_page == code.devUsagePage && record->usage == code.devUsageID;
 }
@@ -70,7 +70,7 @@ ReaderThread::~ReaderThread()
     HID_LOG(log::Trace) << "~ReaderThread";
 }
 
-HidDevice::HidDevice(QObject* parent)
+HidDevice::HidDevice(QObject *parent)
     : QObject(parent)
     , m_plugSettle(new QTimer(this))
 {
@@ -92,18 +92,18 @@ HidDevice::~HidDevice()
 
 void HidDevice::endBindingsBeforeApplicationEnds()
 {
-    for (HidDevice* device : liveDevices()) {
+    for (HidDevice *device : liveDevices()) {
         device->stopHidReadThread();
         device->waitForStoppingThreads();
     }
 }
 
-void HidDevice::initDevices(const QString& json)
+void HidDevice::initDevices(const QString &json)
 {
     HidDeviceDict::init(json);
 }
 
-bool HidDevice::reset(const QString& name)
+bool HidDevice::reset(const QString &name)
 {
     emit hide();
     m_name.clear();
@@ -153,7 +153,7 @@ bool HidDevice::startReader(CallState call)
     connect(m_reader, &HidReaderBase::click, this, relay(&HidDevice::click));
     connect(m_reader, &HidReaderBase::clickMute, this, relay(&HidDevice::clickMute));
     connect(m_reader, &HidReaderBase::clickReject, this, relay(&HidDevice::clickReject));
-    connect(m_reader, &HidReaderBase::stateChanged, this, [this, binding](const QString& state) {
+    connect(m_reader, &HidReaderBase::stateChanged, this, [this, binding](const QString &state) {
         if (isCurrent(binding))
             emit stateChanged(state);
     });
@@ -256,7 +256,7 @@ void HidDevice::bindPluggedHeadset()
 
 void HidDevice::waitForStoppingThreads()
 {
-    for (const QPointer<ReaderThread>& thread : qAsConst(m_stoppingThreads)) {
+    for (const QPointer<ReaderThread> &thread : qAsConst(m_stoppingThreads)) {
         if (!thread)
             continue;
         if (thread->wait(ThreadExitWaitMs))
@@ -305,12 +305,12 @@ void HidDevice::onCallEnd()
 
 // --- Discovery --------------------------------------------------------------------------------
 
-bool HidDevice::IsOSDefault(const QString& name)
+bool HidDevice::IsOSDefault(const QString &name)
 {
     return name.compare(DefaultDeviceAlias, Qt::CaseInsensitive) == 0;
 }
 
-QString HidDevice::getParentDeviceName(const QString& name) const
+QString HidDevice::getParentDeviceName(const QString &name) const
 {
     const QString working = IsOSDefault(name) ? QString::fromStdWString(GetDefaultDeviceName()) : name;
     QString result = working;
@@ -333,7 +333,7 @@ QString HidDevice::getParentDeviceName(const QString& name) const
     return result;
 }
 
-bool HidDevice::chooseAudioDevice(const QString& name)
+bool HidDevice::chooseAudioDevice(const QString &name)
 {
     m_info = HidDeviceInfo();
     m_choice = HidDeviceChoice();
@@ -353,8 +353,9 @@ bool HidDevice::chooseAudioDevice(const QString& name)
         const QString parentName = getParentDeviceName(name);
         found = chooseDevice(parentName);
         const QString step = QStringLiteral("no sound card; product string \"%1\"").arg(parentName);
-        m_choice.rule = found ? step + QLatin1String(", ") + m_choice.rule
-                              : step + QLatin1String(": no HID interface with it is listed in the dictionary") + m_fallbackRefusal;
+        m_choice.rule = found
+            ? step + QLatin1String(", ") + m_choice.rule
+            : step + QLatin1String(": no HID interface with it is listed in the dictionary") + m_fallbackRefusal;
     }
     if (found)
         HID_LOG(log::Trace) << "HID DEVICE Chose " << m_info.path << " for " << name << ": " << m_choice.rule;
@@ -363,21 +364,23 @@ bool HidDevice::chooseAudioDevice(const QString& name)
     return found;
 }
 
-bool HidDevice::chooseDeviceOfSoundCard(const QString& name, const SoundCard& card, const QString& rule)
+bool HidDevice::chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule)
 {
     m_choice.soundCard = card.number;
     const QString step = QStringLiteral("sound card %1 (%2) by %3").arg(card.number).arg(card.id, rule);
     HID_LOG(log::Trace) << "HID DEVICE Audio device " << name << " is sound card " << card.number << " (" << card.id
-                        << ") by " << rule << ", USB device " << (card.isUsb() ? card.usbDevice : QStringLiteral("none"));
+                        << ") by " << rule << ", USB device "
+                        << (card.isUsb() ? card.usbDevice : QStringLiteral("none"));
     if (!card.isUsb()) {
         m_choice.rule = step + QLatin1String(": the card is not a USB device");
         return false;
     }
 
     int interfaces = 0;
-    hid_device_info* devices = hid_enumerate(0, 0);
-    const bool found = chooseAmong(devices, [&](const hid_device_info* record) {
-        const bool sameDevice = record->path && UsbDeviceOfHidPath(m_system, QString::fromUtf8(record->path)) == card.usbDevice;
+    hid_device_info *devices = hid_enumerate(0, 0);
+    const bool found = chooseAmong(devices, [&](const hid_device_info *record) {
+        const bool sameDevice =
+            record->path && UsbDeviceOfHidPath(m_system, QString::fromUtf8(record->path)) == card.usbDevice;
         interfaces += sameDevice ? 1 : 0;
         return sameDevice;
     });
@@ -388,17 +391,18 @@ bool HidDevice::chooseDeviceOfSoundCard(const QString& name, const SoundCard& ca
     else if (interfaces == 0)
         m_choice.rule = step + QLatin1String(": its USB device has no HID interface");
     else
-        m_choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary") + m_fallbackRefusal;
+        m_choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary")
+            + m_fallbackRefusal;
     return found;
 }
 
-bool HidDevice::chooseDevice(const QString& parentName)
+bool HidDevice::chooseDevice(const QString &parentName)
 {
     m_info = HidDeviceInfo();
     if (parentName.isEmpty())
         return false;
 
-    hid_device_info* devices = hid_enumerate(0, 0);
+    hid_device_info *devices = hid_enumerate(0, 0);
     const bool found = findDevice(devices, parentName);
     hid_free_enumeration(devices);
 
@@ -406,37 +410,38 @@ bool HidDevice::chooseDevice(const QString& parentName)
     return found;
 }
 
-bool HidDevice::findDevice(hid_device_info* devices, const QString& name)
+bool HidDevice::findDevice(hid_device_info *devices, const QString &name)
 {
-    const bool found = chooseAmong(devices, [&name](const hid_device_info* record) { return productString(record) == name; });
+    const bool found =
+        chooseAmong(devices, [&name](const hid_device_info *record) { return productString(record) == name; });
     HID_LOG(log::Trace) << "HID DEVICE findDevice " << found;
     return found;
 }
 
-bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(const hid_device_info*)>& belongs)
+bool HidDevice::chooseAmong(hid_device_info *devices, const std::function<bool(const hid_device_info *)> &belongs)
 {
     m_fallbackRefusal.clear();
     HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Devices list: ";
-    for (const hid_device_info* record = devices; record; record = record->next) {
-        HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Device [" << productString(record)
-                                             << "] (vid, pid, hid page, hid usage): (" << record->vendor_id << ", "
-                                             << record->product_id << ", " << record->usage_page << ", "
-                                             << record->usage << ")";
+    for (const hid_device_info *record = devices; record; record = record->next) {
+        HID_LOG_AS(log::Trace, "findDevice")
+            << "HID DEVICE Device [" << productString(record) << "] (vid, pid, hid page, hid usage): ("
+            << record->vendor_id << ", " << record->product_id << ", " << record->usage_page << ", " << record->usage
+            << ")";
     }
 
-    const hid_device_info* chosen = nullptr;
+    const hid_device_info *chosen = nullptr;
     HidCode chosenCode;
-    std::vector<const hid_device_info*> unlisted;
-    for (const hid_device_info* record = devices; record; record = record->next) {
+    std::vector<const hid_device_info *> unlisted;
+    for (const hid_device_info *record = devices; record; record = record->next) {
         if (!belongs(record))
             continue;
 
         bool isExplicit = false;
         const HidCode code = HidDeviceDict::getHidCode(record->vendor_id, record->product_id, isExplicit);
-        HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Get codes for device (" << record->vendor_id << ", "
-                                             << record->product_id << "): " << code.devUsagePage << " "
-                                             << code.devUsageID << " " << code.inputPage << " " << code.outputPage
-                                             << " explicit: " << isExplicit;
+        HID_LOG_AS(log::Trace, "findDevice")
+            << "HID DEVICE Get codes for device (" << record->vendor_id << ", " << record->product_id
+            << "): " << code.devUsagePage << " " << code.devUsageID << " " << code.inputPage << " " << code.outputPage
+            << " explicit: " << isExplicit;
         // Only a row of its own makes a headset ours: a vendor-wide row is not enough. Without
         // one, only the dictionary's fallback configuration may still bind it (below).
         if (!isExplicit) {
@@ -457,9 +462,9 @@ bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(c
     QString how;
     if (chosen) {
         how = isCallControl(chosen, chosenCode)
-                  ? QStringLiteral("interface %1, the configuration's call-control collection").arg(chosen->interface_number)
-                  : QStringLiteral("interface %1, the first listed (none is the configuration's call-control collection)")
-                        .arg(chosen->interface_number);
+            ? QStringLiteral("interface %1, the configuration's call-control collection").arg(chosen->interface_number)
+            : QStringLiteral("interface %1, the first listed (none is the configuration's call-control collection)")
+                  .arg(chosen->interface_number);
     } else {
         // A row of its own always wins: the fallback is asked only when no interface has one.
         QString configuration;
@@ -489,20 +494,21 @@ bool HidDevice::chooseAmong(hid_device_info* devices, const std::function<bool(c
     return true;
 }
 
-const hid_device_info* HidDevice::chooseByFallback(const std::vector<const hid_device_info*>& unlisted, HidCode& code,
-                                                   QString& configuration)
+const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_device_info *> &unlisted, HidCode &code,
+                                                   QString &configuration)
 {
     if (unlisted.empty() || !HidDeviceDict::getFallbackCode(code, configuration))
         return nullptr;
     const QString collection = hexWord(code.devUsagePage) + QLatin1Char('/') + hexWord(code.devUsageID);
     QStringList examined;
-    for (const hid_device_info* record : unlisted) {
+    for (const hid_device_info *record : unlisted) {
         // hidapi lists an interface once per collection: its descriptor is read once.
         const QString path = QString::fromUtf8(record->path);
         if (examined.contains(path))
             continue;
         examined << path;
-        const QString device = QStringLiteral("%1 (%2:%3)").arg(path, hexWord(record->vendor_id), hexWord(record->product_id));
+        const QString device =
+            QStringLiteral("%1 (%2:%3)").arg(path, hexWord(record->vendor_id), hexWord(record->product_id));
         const ReportDescriptor descriptor = ReadReportDescriptor(m_system, path);
         QString refusal;
         if (!descriptor)
@@ -510,39 +516,40 @@ const hid_device_info* HidDevice::chooseByFallback(const std::vector<const hid_d
         else if (!HidDecoderBase::findCallControlCollection(descriptor.get(), code.devUsagePage, code.devUsageID))
             refusal = QStringLiteral("its report descriptor has no collection %1").arg(collection);
         if (!refusal.isEmpty()) {
-            HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE " << device << " has no row of its own and " << refusal
-                                                 << ": the fallback configuration " << configuration << " does not bind it";
+            HID_LOG_AS(log::Trace, "findDevice")
+                << "HID DEVICE " << device << " has no row of its own and " << refusal
+                << ": the fallback configuration " << configuration << " does not bind it";
             m_fallbackRefusal = QStringLiteral("; the fallback configuration \"%1\" does not bind %2: %3")
                                     .arg(configuration, path, refusal);
             continue;
         }
         // Bound on that collection's own entry when hidapi lists one, as the decoder finds it there.
-        const hid_device_info* chosen = record;
-        for (const hid_device_info* candidate : unlisted) {
+        const hid_device_info *chosen = record;
+        for (const hid_device_info *candidate : unlisted) {
             if (QString::fromUtf8(candidate->path) == path && isCallControl(candidate, code)) {
                 chosen = candidate;
                 break;
             }
         }
-        HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE " << device << " has no row of its own; its report descriptor has "
-                                             << "the collection " << collection
-                                             << ": bound through the fallback configuration " << configuration;
+        HID_LOG_AS(log::Trace, "findDevice")
+            << "HID DEVICE " << device << " has no row of its own; its report descriptor has "
+            << "the collection " << collection << ": bound through the fallback configuration " << configuration;
         return chosen;
     }
     return nullptr;
 }
 
-const HidDeviceInfo& HidDevice::getInfo() const
+const HidDeviceInfo &HidDevice::getInfo() const
 {
     return m_info;
 }
 
-const HidDeviceChoice& HidDevice::getChoice() const
+const HidDeviceChoice &HidDevice::getChoice() const
 {
     return m_choice;
 }
 
-void HidDevice::setSystemView(const SystemView& system)
+void HidDevice::setSystemView(const SystemView &system)
 {
     m_system = system;
     // A watch already running watched the old device directory.
@@ -552,7 +559,7 @@ void HidDevice::setSystemView(const SystemView& system)
     }
 }
 
-ReaderThread* HidDevice::getReaderThread() const
+ReaderThread *HidDevice::getReaderThread() const
 {
     return m_thread;
 }

@@ -29,8 +29,8 @@ class HidNodeWatcher;
 /// audio-device name to the interface, or why none was chosen, and what the chosen interface is.
 struct QVHID_EXPORT HidDeviceChoice
 {
-    QString rule;          ///< empty until something was chosen or refused
-    int soundCard = -1;    ///< the card the name stands for, or -1
+    QString rule;       ///< empty until something was chosen or refused
+    int soundCard = -1; ///< the card the name stands for, or -1
     int interfaceNumber = -1;
     unsigned short usagePage = 0;
     unsigned short usage = 0;
@@ -62,18 +62,18 @@ class QVHID_EXPORT HidDevice : public QObject
     Q_OBJECT
 
 public:
-    explicit HidDevice(QObject* parent);
+    explicit HidDevice(QObject *parent);
     /// Emits hide() and lets the reader thread quit. Threads that are still finishing are waited
     /// for (a bounded time), because the event loop that would delete them may never run again:
     /// the manager is usually destroyed at process exit.
     ~HidDevice() override;
 
     /// Replaces the headset dictionary with the rows of `json`, the text of a headset dictionary.
-    void initDevices(const QString& json);
+    void initDevices(const QString &json);
 
     /// Rebinds to the audio device `name`; true when a reader was started. Always emits hide()
     /// first, also when `name` is the name already bound.
-    bool reset(const QString& name);
+    bool reset(const QString &name);
     /// The audio-device name of the binding, as the application gave it; empty when none was
     /// found. A binding whose reader gave up keeps its name.
     QString getName() const;
@@ -87,7 +87,7 @@ public:
     /// The hardware name inside an audio-device name: the text of a final parenthesised group,
     /// without an index prefix such as "2-"; the whole name when there is no such group. The
     /// alias "Wave mapper" stands for the system's default device.
-    QString getParentDeviceName(const QString& name) const;
+    QString getParentDeviceName(const QString &name) const;
     /// Chooses the interface for an audio-device name; true when one was chosen. First the name
     /// is taken to a sound card of this machine (hw:N, CARD=id, the sound servers' names,
     /// descriptions; see audiodevicename.h): then only an interface of that card's USB device
@@ -98,35 +98,35 @@ public:
     /// listed, and the dictionary names a fallback configuration, an interface whose report
     /// descriptor has that configuration's call-control collection is chosen, on that
     /// collection. The previous choice is forgotten whatever the outcome.
-    bool chooseAudioDevice(const QString& name);
+    bool chooseAudioDevice(const QString &name);
     /// Enumerates the HID devices and chooses the one for `parentName`; true when one was chosen.
     /// The previous choice is forgotten whatever the outcome.
-    bool chooseDevice(const QString& parentName);
+    bool chooseDevice(const QString &parentName);
     /// Walks an enumeration list (null is an empty one) and takes a record whose product string
     /// is `name` and whose ids the dictionary lists explicitly: the first that is its
     /// configuration's call-control collection, else the first; failing both, one that the
     /// dictionary's fallback configuration binds.
-    bool findDevice(hid_device_info* devices, const QString& name);
+    bool findDevice(hid_device_info *devices, const QString &name);
 
     /// True when `name` is the system's default-device alias "Wave mapper", in any letter case.
-    static bool IsOSDefault(const QString& name);
+    static bool IsOSDefault(const QString &name);
 
     /// The chosen interface; its path is empty when none is chosen.
-    const HidDeviceInfo& getInfo() const;
+    const HidDeviceInfo &getInfo() const;
     /// How the interface was chosen, or why none was.
-    const HidDeviceChoice& getChoice() const;
+    const HidDeviceChoice &getChoice() const;
     /// Where sound cards and USB devices are looked up; the live system unless a test says otherwise.
-    void setSystemView(const SystemView& system);
+    void setSystemView(const SystemView &system);
     /// The thread of the running binding, or null.
-    ReaderThread* getReaderThread() const;
+    ReaderThread *getReaderThread() const;
 
 signals:
     void click();
     void clickMute();
     void clickReject();
-    void show(const QString& name);
+    void show(const QString &name);
     void hide();
-    void stateChanged(const QString& state);
+    void stateChanged(const QString &state);
     void callMuted();
     void callUnmuted();
     void callIncome();
@@ -155,16 +155,16 @@ private:
     void stopWaiting();
     void onHidNodesChanged();
     void bindPluggedHeadset();
-    bool chooseDeviceOfSoundCard(const QString& name, const SoundCard& card, const QString& rule);
+    bool chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule);
     /// The walk shared by both steps: of the records that `belongs` accepts and whose ids the
     /// dictionary lists explicitly, the first that is the configuration's call-control
     /// collection, else the first, else the fallback's choice; fills m_info and m_choice.
-    bool chooseAmong(hid_device_info* devices, const std::function<bool(const hid_device_info*)>& belongs);
+    bool chooseAmong(hid_device_info *devices, const std::function<bool(const hid_device_info *)> &belongs);
     /// Of interfaces whose ids have no row of their own, the first whose report descriptor has
     /// the call-control collection of the dictionary's fallback configuration; null when the
     /// dictionary names none or no interface has it (m_fallbackRefusal then says why).
-    const hid_device_info* chooseByFallback(const std::vector<const hid_device_info*>& unlisted, HidCode& code,
-                                            QString& configuration);
+    const hid_device_info *chooseByFallback(const std::vector<const hid_device_info *> &unlisted, HidCode &code,
+                                            QString &configuration);
     void waitForStoppingThreads();
     /// Run by the application object's destructor while it still exists: once it is gone, a
     /// reader thread can no longer deliver the events that delete its reader and close the
@@ -177,8 +177,8 @@ private:
     /// end of a rule ("; the fallback configuration ... does not bind ..."); empty otherwise.
     QString m_fallbackRefusal;
     SystemView m_system = LiveSystemView();
-    HidReaderBase* m_reader = nullptr;
-    ReaderThread* m_thread = nullptr;
+    HidReaderBase *m_reader = nullptr;
+    ReaderThread *m_thread = nullptr;
     QString m_name;
     /// Counts the readers started, so that a reader's late notice is matched to its own binding.
     quint64 m_binding = 0;
@@ -186,8 +186,8 @@ private:
     QString m_wanted;
     /// The call as the application's reports left it, for a headset bound in the middle of one.
     CallState m_call = CallState::Idle;
-    HidNodeWatcher* m_watcher = nullptr;
-    QTimer* m_plugSettle = nullptr;
+    HidNodeWatcher *m_watcher = nullptr;
+    QTimer *m_plugSettle = nullptr;
     /// Threads asked to quit that have not deleted themselves yet.
     QList<QPointer<ReaderThread>> m_stoppingThreads;
 };

@@ -39,7 +39,7 @@ void HidCode::initStdCommands()
     cmdFromTalkToRing.push_back({usage::OffHook, usage::Ring, usage::OnLine});
 }
 
-unsigned int valToUint(const QJsonValue& value, unsigned int defaultValue)
+unsigned int valToUint(const QJsonValue &value, unsigned int defaultValue)
 {
     // A JSON number is deliberately not read: only number texts are.
     const QString text = value.isString() ? value.toString() : QString::number(defaultValue);
@@ -50,7 +50,7 @@ unsigned int valToUint(const QJsonValue& value, unsigned int defaultValue)
     return text.toUInt(nullptr, 16); // 0 when this fails too
 }
 
-ClickType valToClickType(const QJsonValue& value, ClickType defaultValue)
+ClickType valToClickType(const QJsonValue &value, ClickType defaultValue)
 {
     const QString text = value.toString();
     if (text.compare(QLatin1String("CLICK"), Qt::CaseInsensitive) == 0)
@@ -62,35 +62,35 @@ ClickType valToClickType(const QJsonValue& value, ClickType defaultValue)
     return static_cast<ClickType>(valToUint(value, static_cast<unsigned int>(defaultValue)));
 }
 
-unsigned short valToUsage(const QJsonValue& value)
+unsigned short valToUsage(const QJsonValue &value)
 {
     struct NamedUsage
     {
-        const char* name;
+        const char *name;
         unsigned short usage;
     };
     static const NamedUsage names[] = {
-        {"MUTE", usage::Mute},     {"HOOK", usage::OffHook},     {"RING", usage::Ring},
-        {"HOLD", usage::Hold},     {"MIC", usage::Microphone}, {"ONLINE", usage::OnLine},
+        {"MUTE", usage::Mute}, {"HOOK", usage::OffHook},   {"RING", usage::Ring},
+        {"HOLD", usage::Hold}, {"MIC", usage::Microphone}, {"ONLINE", usage::OnLine},
     };
     const QString text = value.toString();
-    for (const NamedUsage& named : names) {
+    for (const NamedUsage &named : names) {
         if (text.compare(QLatin1String(named.name), Qt::CaseInsensitive) == 0)
             return named.usage;
     }
     return static_cast<unsigned short>(valToUint(value, 0));
 }
 
-void getCmd(const QJsonObject& object, const QString& key, std::vector<std::vector<unsigned short>>& command)
+void getCmd(const QJsonObject &object, const QString &key, std::vector<std::vector<unsigned short>> &command)
 {
     if (!object.contains(key))
         return; // the built-in command stays
     command.clear();
     const QJsonArray steps = object.value(key).toArray();
-    for (const QJsonValue& stepValue : steps) {
+    for (const QJsonValue &stepValue : steps) {
         std::vector<unsigned short> step;
         const QJsonArray usages = stepValue.toArray();
-        for (const QJsonValue& usageValue : usages) {
+        for (const QJsonValue &usageValue : usages) {
             const unsigned short usage = valToUsage(usageValue);
             if (usage != 0)
                 step.push_back(usage);
@@ -126,26 +126,26 @@ QString builtInTableText()
 // that opting in takes one line and the application's own rows add to the built-in ones:
 // the built-in configurations and rows come first, the text's after them, and a later
 // configuration of the same name, or a later row with the same ids, replaces the earlier one.
-void layerOnBuiltInTable(QJsonObject& configurations, QJsonArray& devices)
+void layerOnBuiltInTable(QJsonObject &configurations, QJsonArray &devices)
 {
     const QJsonObject builtIn = QJsonDocument::fromJson(builtInTableText().toUtf8()).object();
     QJsonObject allConfigurations = builtIn.value(QLatin1String("configurations")).toObject();
     for (auto configuration = configurations.constBegin(); configuration != configurations.constEnd(); ++configuration)
         allConfigurations.insert(configuration.key(), configuration.value());
     QJsonArray allDevices = builtIn.value(QLatin1String("devices")).toArray();
-    for (const QJsonValue& row : qAsConst(devices))
+    for (const QJsonValue &row : qAsConst(devices))
         allDevices.append(row);
     configurations = allConfigurations;
     devices = allDevices;
 }
 
 // One device row: the built-in defaults, overridden by the keys its configuration has.
-HidCode codeFromConfiguration(const QJsonObject& configuration)
+HidCode codeFromConfiguration(const QJsonObject &configuration)
 {
     HidCode code;
     if (configuration.isEmpty())
         return code;
-    auto page = [&configuration](const char* key, unsigned short current) {
+    auto page = [&configuration](const char *key, unsigned short current) {
         return static_cast<unsigned short>(valToUint(configuration.value(QLatin1String(key)), current));
     };
     code.devUsagePage = page("devUsagePage", code.devUsagePage);
@@ -174,7 +174,7 @@ void HidDeviceDict::init()
         init(text);
 }
 
-void HidDeviceDict::init(const QString& json)
+void HidDeviceDict::init(const QString &json)
 {
     const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
     const QJsonObject root = document.object();
@@ -190,7 +190,7 @@ void HidDeviceDict::init(const QString& json)
         MutexLocker lock(&mutex);
         devMap.clear();
         QHash<QString, HidCode> codes; // each configuration is read once, however many rows name it
-        for (const QJsonValue& deviceValue : qAsConst(devices)) {
+        for (const QJsonValue &deviceValue : qAsConst(devices)) {
             const QJsonObject row = deviceValue.toObject();
             const auto vid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("vid")), 0));
             const auto pid = static_cast<unsigned short>(valToUint(row.value(QLatin1String("pid")), 0));
@@ -234,7 +234,7 @@ void HidDeviceDict::loadIfEmpty()
         init();
 }
 
-HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool& isExplicit)
+HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool &isExplicit)
 {
     loadIfEmpty();
     MutexLocker lock(&mutex);
@@ -250,7 +250,7 @@ HidCode HidDeviceDict::getHidCode(unsigned short vid, unsigned short pid, bool& 
     return HidCode();
 }
 
-bool HidDeviceDict::getFallbackCode(HidCode& code, QString& configuration)
+bool HidDeviceDict::getFallbackCode(HidCode &code, QString &configuration)
 {
     loadIfEmpty();
     MutexLocker lock(&mutex);

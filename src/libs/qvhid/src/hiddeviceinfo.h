@@ -53,8 +53,8 @@ public:
     HidCode();
     HidCode(unsigned short devUsagePage, unsigned short devUsageID, unsigned short inputPage,
             unsigned short outputPage);
-    HidCode(const HidCode&) = default;
-    HidCode& operator=(const HidCode&) = default;
+    HidCode(const HidCode &) = default;
+    HidCode &operator=(const HidCode &) = default;
     virtual ~HidCode();
 
     /// Appends the standard step to each of the seven commands. It does not clear them first.
@@ -79,21 +79,21 @@ public:
 
 /// Reads a number written as a JSON string: decimal first, then hexadecimal (with or without
 /// 0x). A value that is not a string gives `defaultValue`; a text that is neither gives 0.
-QVHID_EXPORT unsigned int valToUint(const QJsonValue& value, unsigned int defaultValue);
+QVHID_EXPORT unsigned int valToUint(const QJsonValue &value, unsigned int defaultValue);
 
 /// "CLICK", "MUTE" or "NONE" in any letter case; otherwise valToUint() of the value, so a
 /// number text gives that number and an unknown word gives 0 (MUTE).
-QVHID_EXPORT ClickType valToClickType(const QJsonValue& value, ClickType defaultValue);
+QVHID_EXPORT ClickType valToClickType(const QJsonValue &value, ClickType defaultValue);
 
 /// A usage name (MUTE, HOOK, RING, HOLD, MIC, ONLINE, in any letter case) or a number text,
 /// as a 16-bit usage; 0 for anything else.
-QVHID_EXPORT unsigned short valToUsage(const QJsonValue& value);
+QVHID_EXPORT unsigned short valToUsage(const QJsonValue &value);
 
 /// Reads the command `key` of a configuration object into `command`. A missing key leaves
 /// `command` unchanged; a value that is not an array leaves it with no steps. Usages that
 /// read as 0 are dropped from their step; the step itself is kept, also when it ends empty.
-QVHID_EXPORT void getCmd(const QJsonObject& object, const QString& key,
-                         std::vector<std::vector<unsigned short>>& command);
+QVHID_EXPORT void getCmd(const QJsonObject &object, const QString &key,
+                         std::vector<std::vector<unsigned short>> &command);
 
 /// The HID interface chosen for the audio device in use, and its model's code. An empty path
 /// means that no device is chosen.
@@ -126,10 +126,7 @@ public:
             , pid(pid)
         {
         }
-        bool operator<(const VidPid& other) const
-        {
-            return vid != other.vid ? vid < other.vid : pid < other.pid;
-        }
+        bool operator<(const VidPid &other) const { return vid != other.vid ? vid < other.vid : pid < other.pid; }
 
         unsigned short vid;
         unsigned short pid; ///< 0: every product of the vendor that has no row of its own
@@ -142,13 +139,13 @@ public:
     /// Replaces the dictionary with the rows of `json`, the text of a headset dictionary (not a
     /// file name). A text that does not parse is logged and leaves the dictionary empty, so that
     /// the next lookup falls back to the built-in table.
-    static void init(const QString& json);
+    static void init(const QString &json);
     /// The code of the product's own row (isExplicit true), else of its vendor's row (pid 0),
     /// else the built-in defaults (isExplicit false in both cases).
-    static HidCode getHidCode(unsigned short vid, unsigned short pid, bool& isExplicit);
+    static HidCode getHidCode(unsigned short vid, unsigned short pid, bool &isExplicit);
     /// The configuration that the dictionary's "fallbackConfiguration" names, for headsets
     /// without a row of their own: true, with its name and code, when the dictionary has one.
-    static bool getFallbackCode(HidCode& code, QString& configuration);
+    static bool getFallbackCode(HidCode &code, QString &configuration);
 
 private:
     /// Loads the built-in table into an empty dictionary.

@@ -33,12 +33,12 @@ HidDeviceManager::HidDeviceManager()
 // The device is destroyed as a child, after this body: it withdraws the binding itself.
 HidDeviceManager::~HidDeviceManager() = default;
 
-void HidDeviceManager::InitHidDevices(const QString& json) const
+void HidDeviceManager::InitHidDevices(const QString &json) const
 {
     m_device->initDevices(json);
 }
 
-void HidDeviceManager::onActiveAudioDeviceChanged(const QString& name)
+void HidDeviceManager::onActiveAudioDeviceChanged(const QString &name)
 {
     if (m_device->getName() != name)
         m_device->reset(name);
@@ -78,34 +78,35 @@ void HidDeviceManager::onCallEnd()
 void HidDeviceManager::SetDeviceList(int type, QList<QString> list)
 {
     // The list itself is not written, hence the two blanks.
-    HID_LOG(log::Trace) << "HID MANAGER Set devices list " << " type is " << type;
+    HID_LOG(log::Trace) << "HID MANAGER Set devices list "
+                        << " type is " << type;
     m_deviceLists[type] = std::move(list);
 }
 
-void HidDeviceManager::AddDevice(int type, const QString& name)
+void HidDeviceManager::AddDevice(int type, const QString &name)
 {
     HID_LOG(log::Trace) << "HID MANAGER Add device " << name << " type is " << type;
-    QList<QString>& list = m_deviceLists[type];
+    QList<QString> &list = m_deviceLists[type];
     list.removeOne(name);
     list.append(name);
 }
 
-void HidDeviceManager::SetTopDevice(int type, const QString& name)
+void HidDeviceManager::SetTopDevice(int type, const QString &name)
 {
     HID_LOG(log::Trace) << "HID MANAGER Set top device " << name << " type is " << type;
-    QList<QString>& list = m_deviceLists[type];
+    QList<QString> &list = m_deviceLists[type];
     list.removeOne(name);
     list.prepend(name);
 }
 
-bool HidDeviceManager::RemoveDevice(int type, const QString& name)
+bool HidDeviceManager::RemoveDevice(int type, const QString &name)
 {
     HID_LOG(log::Trace) << "HID MANAGER Remove device " << name << " type is " << type;
     // The inserting lookup is deliberate: an unknown type gains an empty entry.
     return m_deviceLists[type].removeOne(name);
 }
 
-int HidDeviceManager::RemoveDevice(const QString& name)
+int HidDeviceManager::RemoveDevice(const QString &name)
 {
     HID_LOG(log::Trace) << "HID MANAGER Remove device " << name;
     // Walk a shared copy, so that the removals below do not disturb the walk.

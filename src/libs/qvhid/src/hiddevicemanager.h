@@ -43,19 +43,19 @@ public:
 
     /// Replaces the headset dictionary with the rows of `json`, the text of a headset dictionary
     /// (not a file name). Without it the built-in table is used.
-    void InitHidDevices(const QString& json) const;
+    void InitHidDevices(const QString &json) const;
 
     /// Replaces the list of `type` by `list`, duplicates included.
     void SetDeviceList(int type, QList<QString> list);
     /// Moves `name` to the end of the list of `type`, or adds it there.
-    void AddDevice(int type, const QString& name);
+    void AddDevice(int type, const QString &name);
     /// Moves `name` to the front of the list of `type`, or adds it there.
-    void SetTopDevice(int type, const QString& name);
+    void SetTopDevice(int type, const QString &name);
     /// Removes the first occurrence of `name` from the list of `type`; true if one was removed.
     /// An unknown type gains an empty list.
-    bool RemoveDevice(int type, const QString& name);
+    bool RemoveDevice(int type, const QString &name);
     /// Removes `name` from the lowest type whose list holds it and returns that type, or -1.
-    int RemoveDevice(const QString& name);
+    int RemoveDevice(const QString &name);
     /// The first name of the list of `type`, or an empty string. Creates no entry.
     QString GetTopDevice(int type) const;
 
@@ -63,8 +63,8 @@ signals:
     void clickReject();
     void clickMute();
     void click();
-    void deviceStateEntered(const QString& state);
-    void deviceShow(const QString& name); ///< the headset's HID product string
+    void deviceStateEntered(const QString &state);
+    void deviceShow(const QString &name); ///< the headset's HID product string
     void deviceHide();
     void callMuted();
     void callUnmuted();
@@ -76,7 +76,7 @@ signals:
 public slots:
     /// The audio device now in use, by the name the sound layer shows. A name other than the
     /// bound one rebinds: deviceHide, then deviceShow if a headset is found for it.
-    void onActiveAudioDeviceChanged(const QString& name);
+    void onActiveAudioDeviceChanged(const QString &name);
     /// The state of the current call. Each is passed to the bound headset, if any, and
     /// otherwise dropped.
     void onCallMuted();
@@ -87,7 +87,7 @@ public slots:
     void onCallEnd();
 
 private:
-    ::hid::HidDevice* m_device;
+    ::hid::HidDevice *m_device;
     QMap<int, QList<QString>> m_deviceLists;
 };
 

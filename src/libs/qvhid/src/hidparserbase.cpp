@@ -36,15 +36,15 @@ HIDReportDetails::HIDReportDetails(unsigned char reportId, int inputSize, int ou
 
 HIDReportInfo::~HIDReportInfo()
 {
-    for (HIDReportItem* item : items)
+    for (HIDReportItem *item : items)
         delete item;
-    for (HIDCollection* collection : collections)
+    for (HIDCollection *collection : collections)
         delete collection;
 }
 
 namespace {
 
-bool hasUsage(const HIDCollection* collection, unsigned short usagePage, unsigned short usage)
+bool hasUsage(const HIDCollection *collection, unsigned short usagePage, unsigned short usage)
 {
     return collection->usagePage == usagePage && collection->usage == usage;
 }
@@ -54,18 +54,18 @@ bool hasUsage(const HIDCollection* collection, unsigned short usagePage, unsigne
 // and its answer remembered, so that the queries stay linear in the number of collections
 // however deep the nesting; a walk stops after as many steps as there are collections, so that
 // a loop of parents cannot hang it.
-std::vector<const HIDCollection*> descendantsOf(const std::vector<HIDCollection*>& collections,
-                                                const HIDCollection* ancestor)
+std::vector<const HIDCollection *> descendantsOf(const std::vector<HIDCollection *> &collections,
+                                                 const HIDCollection *ancestor)
 {
-    std::unordered_map<const HIDCollection*, bool> below; // known answers
+    std::unordered_map<const HIDCollection *, bool> below; // known answers
     below.reserve(collections.size());
-    std::vector<const HIDCollection*> result;
-    std::vector<const HIDCollection*> path;
-    for (const HIDCollection* candidate : collections) {
+    std::vector<const HIDCollection *> result;
+    std::vector<const HIDCollection *> path;
+    for (const HIDCollection *candidate : collections) {
         path.assign(1, candidate);
         bool isBelow = false;
         size_t steps = 0;
-        for (const HIDCollection* up = candidate->parent; up && steps <= collections.size(); up = up->parent, ++steps) {
+        for (const HIDCollection *up = candidate->parent; up && steps <= collections.size(); up = up->parent, ++steps) {
             if (up == ancestor) {
                 isBelow = true;
                 break;
@@ -77,7 +77,7 @@ std::vector<const HIDCollection*> descendantsOf(const std::vector<HIDCollection*
             }
             path.push_back(up);
         }
-        for (const HIDCollection* walked : path)
+        for (const HIDCollection *walked : path)
             below.emplace(walked, isBelow);
         if (isBelow)
             result.push_back(candidate);
@@ -87,94 +87,93 @@ std::vector<const HIDCollection*> descendantsOf(const std::vector<HIDCollection*
 
 } // namespace
 
-HIDCollection* HIDReportInfo::findCollection(unsigned short usagePage, unsigned short usage) const
+HIDCollection *HIDReportInfo::findCollection(unsigned short usagePage, unsigned short usage) const
 {
-    for (HIDCollection* collection : collections) {
+    for (HIDCollection *collection : collections) {
         if (hasUsage(collection, usagePage, usage))
             return collection;
     }
     return nullptr;
 }
 
-HIDReportItem* HIDReportInfo::findReportItem(std::vector<HIDReportItem*> const& items, unsigned short usagePage,
+HIDReportItem *HIDReportInfo::findReportItem(std::vector<HIDReportItem *> const &items, unsigned short usagePage,
                                              unsigned short usage) const
 {
-    for (HIDReportItem* item : items) {
+    for (HIDReportItem *item : items) {
         if (item->usagePage == usagePage && item->usage == usage)
             return item;
     }
     return nullptr;
 }
 
-HIDReportItem* HIDReportInfo::findReportItem(HIDCollection* collection, HIDReportItemTypes type,
+HIDReportItem *HIDReportInfo::findReportItem(HIDCollection *collection, HIDReportItemTypes type,
                                              unsigned short collectionUsagePage, unsigned short collectionUsage,
                                              unsigned short usagePage, unsigned short usage) const
 {
     if (!collection)
         return nullptr;
-    auto firstMatch = [&](const HIDCollection* in) -> HIDReportItem* {
-        for (HIDReportItem* item : in->items) {
+    auto firstMatch = [&](const HIDCollection *in) -> HIDReportItem * {
+        for (HIDReportItem *item : in->items) {
             if (item->type == type && item->usagePage == usagePage && item->usage == usage)
                 return item;
         }
         return nullptr;
     };
     if (hasUsage(collection, collectionUsagePage, collectionUsage)) {
-        if (HIDReportItem* item = firstMatch(collection))
+        if (HIDReportItem *item = firstMatch(collection))
             return item;
     }
-    for (const HIDCollection* candidate : descendantsOf(collections, collection)) {
+    for (const HIDCollection *candidate : descendantsOf(collections, collection)) {
         if (hasUsage(candidate, collectionUsagePage, collectionUsage)) {
-            if (HIDReportItem* item = firstMatch(candidate))
+            if (HIDReportItem *item = firstMatch(candidate))
                 return item;
         }
     }
     return nullptr;
 }
 
-void HIDReportInfo::findReportItems(HIDCollection* collection, unsigned char reportId, HIDReportItemTypes type,
-                                    std::vector<HIDReportItem*>& out) const
+void HIDReportInfo::findReportItems(HIDCollection *collection, unsigned char reportId, HIDReportItemTypes type,
+                                    std::vector<HIDReportItem *> &out) const
 {
     if (!collection)
         return;
-    auto appendMatching = [&](const HIDCollection* in) {
-        for (HIDReportItem* item : in->items) {
+    auto appendMatching = [&](const HIDCollection *in) {
+        for (HIDReportItem *item : in->items) {
             if (item->type == type && item->reportId == reportId)
                 out.push_back(item);
         }
     };
     appendMatching(collection);
-    for (const HIDCollection* candidate : descendantsOf(collections, collection))
+    for (const HIDCollection *candidate : descendantsOf(collections, collection))
         appendMatching(candidate);
     std::sort(out.begin(), out.end(),
-              [](const HIDReportItem* a, const HIDReportItem* b) { return a->bitOffset < b->bitOffset; });
+              [](const HIDReportItem *a, const HIDReportItem *b) { return a->bitOffset < b->bitOffset; });
 }
 
 namespace {
 
 // Whether item j of the starting collection has this report id; an index past its items does not.
-bool startHasReportIdAt(const HIDCollection* start, size_t j, unsigned char reportId)
+bool startHasReportIdAt(const HIDCollection *start, size_t j, unsigned char reportId)
 {
     return j < start->items.size() && start->items[j]->reportId == reportId;
 }
 
 } // namespace
 
-void HIDReportInfo::findReportItemsByReportID(HIDCollection* collection, HIDReportItemTypes type,
+void HIDReportInfo::findReportItemsByReportID(HIDCollection *collection, HIDReportItemTypes type,
                                               unsigned short collectionUsagePage, unsigned short collectionUsage,
-                                              unsigned char reportId, std::vector<HIDReportItem*>& out) const
+                                              unsigned char reportId, std::vector<HIDReportItem *> &out) const
 {
     if (!collection)
         return;
     if (hasUsage(collection, collectionUsagePage, collectionUsage)) {
-        const auto matching = std::count_if(collection->items.begin(), collection->items.end(),
-                                            [&](const HIDReportItem* item) {
-                                                return item->type == type && item->reportId == reportId;
-                                            });
-        for (HIDReportItem* item : collection->items)
+        const auto matching =
+            std::count_if(collection->items.begin(), collection->items.end(),
+                          [&](const HIDReportItem *item) { return item->type == type && item->reportId == reportId; });
+        for (HIDReportItem *item : collection->items)
             out.insert(out.end(), size_t(matching), item);
     }
-    for (const HIDCollection* candidate : descendantsOf(collections, collection)) {
+    for (const HIDCollection *candidate : descendantsOf(collections, collection)) {
         if (!hasUsage(candidate, collectionUsagePage, collectionUsage))
             continue;
         for (size_t j = 0; j < candidate->items.size(); ++j) {
@@ -184,23 +183,22 @@ void HIDReportInfo::findReportItemsByReportID(HIDCollection* collection, HIDRepo
     }
 }
 
-bool HIDReportInfo::isEmptyValue(HIDCollection* collection, HIDReportItemTypes type,
-                                 unsigned short collectionUsagePage, unsigned short collectionUsage,
-                                 unsigned char reportId) const
+bool HIDReportInfo::isEmptyValue(HIDCollection *collection, HIDReportItemTypes type, unsigned short collectionUsagePage,
+                                 unsigned short collectionUsage, unsigned char reportId) const
 {
     if (!collection)
         return true;
     if (hasUsage(collection, collectionUsagePage, collectionUsage)) {
-        for (const HIDReportItem* item : collection->items) {
+        for (const HIDReportItem *item : collection->items) {
             if (item->type == type && item->reportId == reportId && item->value != 0)
                 return false;
         }
     }
-    for (const HIDCollection* candidate : descendantsOf(collections, collection)) {
+    for (const HIDCollection *candidate : descendantsOf(collections, collection)) {
         if (!hasUsage(candidate, collectionUsagePage, collectionUsage))
             continue;
         for (size_t j = 0; j < candidate->items.size(); ++j) {
-            const HIDReportItem* item = candidate->items[j];
+            const HIDReportItem *item = candidate->items[j];
             if (item->type != Input && startHasReportIdAt(collection, j, reportId) && item->value != 0)
                 return false;
         }
@@ -210,7 +208,7 @@ bool HIDReportInfo::isEmptyValue(HIDCollection* collection, HIDReportItemTypes t
 
 unsigned char HIDReportInfo::findReportId(unsigned short usagePage) const
 {
-    for (const auto& [reportId, details] : reportDetails) {
+    for (const auto &[reportId, details] : reportDetails) {
         if (details.usagePage == usagePage)
             return reportId;
     }
@@ -226,7 +224,7 @@ void HIDReportInfo::clear()
 
 void HIDReportInfo::reset()
 {
-    for (HIDReportItem* item : items)
+    for (HIDReportItem *item : items)
         item->value = 0;
 }
 
@@ -283,13 +281,13 @@ int dataLength(uint8_t prefix)
 class DescriptorParser
 {
 public:
-    explicit DescriptorParser(HIDReportInfo& info)
+    explicit DescriptorParser(HIDReportInfo &info)
         : m_info(info)
         , m_stack(1)
     {
     }
 
-    int parse(const unsigned char* data, unsigned short length)
+    int parse(const unsigned char *data, unsigned short length)
     {
         size_t position = 0;
         while (position < length) {
@@ -313,38 +311,33 @@ public:
 private:
     // The data value: little-endian; size codes 0 and 1 both read the byte after the prefix
     // (for size 0 that is the next item's prefix, or 0 at the end of the data).
-    static uint32_t readValue(const unsigned char* data, size_t length, size_t position)
+    static uint32_t readValue(const unsigned char *data, size_t length, size_t position)
     {
         const uint8_t prefix = data[position];
         const size_t first = position + 1;
         switch (prefix & 3) {
-        case 2:
-            return uint32_t(data[first]) | uint32_t(data[first + 1]) << 8;
+        case 2: return uint32_t(data[first]) | uint32_t(data[first + 1]) << 8;
         case 3:
-            return uint32_t(data[first]) | uint32_t(data[first + 1]) << 8 | uint32_t(data[first + 2]) << 16 |
-                   uint32_t(data[first + 3]) << 24;
-        default:
-            return first < length ? data[first] : 0;
+            return uint32_t(data[first]) | uint32_t(data[first + 1]) << 8 | uint32_t(data[first + 2]) << 16
+                | uint32_t(data[first + 3]) << 24;
+        default: return first < length ? data[first] : 0;
         }
     }
 
     static int32_t signedValue(uint8_t prefix, uint32_t value)
     {
         switch (prefix & 3) {
-        case 2:
-            return int16_t(uint16_t(value));
-        case 3:
-            return int32_t(value);
-        default:
-            return int8_t(uint8_t(value));
+        case 2: return int16_t(uint16_t(value));
+        case 3: return int32_t(value);
+        default: return int8_t(uint8_t(value));
         }
     }
 
-    HID_StateTable& state() { return m_stack.empty() ? m_orphanState : m_stack.front(); }
+    HID_StateTable &state() { return m_stack.empty() ? m_orphanState : m_stack.front(); }
 
     int handle(uint8_t prefix, uint32_t value)
     {
-        HID_StateTable& s = state();
+        HID_StateTable &s = state();
         const uint8_t tag = prefix & 0xFC;
         switch (tag) {
         case UsagePage:
@@ -443,18 +436,10 @@ private:
             s.stringRange = true;
             PARSE_TRACE << " STRING_MAXIMUM " << value;
             break;
-        case Delimiter:
-            PARSE_TRACE << " DELIMITER " << value;
-            break;
-        case InputItem:
-            makeFields(Input, value);
-            break;
-        case OutputItem:
-            makeFields(Output, value);
-            break;
-        case FeatureItem:
-            makeFields(Feature, value);
-            break;
+        case Delimiter: PARSE_TRACE << " DELIMITER " << value; break;
+        case InputItem: makeFields(Input, value); break;
+        case OutputItem: makeFields(Output, value); break;
+        case FeatureItem: makeFields(Feature, value); break;
         case CollectionItem:
             openCollection(value);
             PARSE_TRACE << " COLLECTION " << value;
@@ -466,8 +451,7 @@ private:
             m_collection = m_collection->parent;
             PARSE_TRACE << " END_COLLECTION";
             break;
-        default:
-            break; // reserved and unknown items are ignored
+        default: break; // reserved and unknown items are ignored
         }
         return HIDParserBase::ParseOk;
     }
@@ -492,7 +476,7 @@ private:
         m_stack.pop_back();
     }
 
-    uint16_t nextUsage(const HID_StateTable& s, uint8_t index)
+    uint16_t nextUsage(const HID_StateTable &s, uint8_t index)
     {
         if (s.usageRange) {
             const uint16_t usage = uint16_t(s.usageMinimum + index);
@@ -505,7 +489,7 @@ private:
         return m_lastUsage;
     }
 
-    static uint8_t indexFromRange(bool range, uint8_t& index, uint8_t minimum, uint8_t maximum, uint8_t field)
+    static uint8_t indexFromRange(bool range, uint8_t &index, uint8_t minimum, uint8_t maximum, uint8_t field)
     {
         if (!range) {
             const uint8_t taken = index;
@@ -517,9 +501,9 @@ private:
 
     void makeFields(HIDReportItemTypes type, uint32_t value)
     {
-        HID_StateTable& s = state();
+        HID_StateTable &s = state();
         for (uint8_t i = 0; i < s.reportCount; ++i) {
-            auto* item = new HIDReportItem;
+            auto *item = new HIDReportItem;
             m_info.items.push_back(item);
             item->flags = uint16_t(value & 0xFF);
             item->reportId = s.reportId;
@@ -537,8 +521,8 @@ private:
                 m_collection->items.push_back(item);
             item->usage = nextUsage(s, i);
             item->stringIndex = indexFromRange(s.stringRange, s.stringIndex, s.stringMinimum, s.stringMaximum, i);
-            item->designatorIndex = indexFromRange(s.designatorRange, s.designatorIndex, s.designatorMinimum,
-                                                   s.designatorMaximum, i);
+            item->designatorIndex =
+                indexFromRange(s.designatorRange, s.designatorIndex, s.designatorMinimum, s.designatorMaximum, i);
 
             auto offsets = m_offsets.find(item->reportId);
             if (offsets == m_offsets.end()) {
@@ -547,9 +531,9 @@ private:
                 offsets = m_offsets.emplace(item->reportId, fresh).first;
             }
             item->type = type;
-            uint16_t HID_OffsetTable::*counter = type == Input    ? &HID_OffsetTable::inputOffset
-                                                 : type == Output ? &HID_OffsetTable::outputOffset
-                                                                  : &HID_OffsetTable::featureOffset;
+            uint16_t HID_OffsetTable::*counter = type == Input ? &HID_OffsetTable::inputOffset
+                : type == Output                               ? &HID_OffsetTable::outputOffset
+                                                               : &HID_OffsetTable::featureOffset;
             item->bitOffset = offsets->second.*counter;
             offsets->second.*counter = uint16_t(item->bitOffset + item->reportSize);
             PARSE_TRACE << mainItemText(type) << value;
@@ -558,15 +542,15 @@ private:
         m_lastUsage = 0;
     }
 
-    static const char* mainItemText(HIDReportItemTypes type)
+    static const char *mainItemText(HIDReportItemTypes type)
     {
         return type == Input ? " INPUT " : type == Output ? " OUTPUT " : " FEATURE ";
     }
 
     void openCollection(uint32_t value)
     {
-        HID_StateTable& s = state();
-        auto* collection = new HIDCollection;
+        HID_StateTable &s = state();
+        auto *collection = new HIDCollection;
         collection->type = uint8_t(value);
         collection->usagePage = s.usagePage;
         collection->stringIndex = s.stringIndex;
@@ -584,11 +568,12 @@ private:
 
     // "<indent> <padding>" then the item's first (size code + 1) bytes in hex: 41 characters
     // before the bytes up to a depth of 20.
-    void traceItem(const unsigned char* item, uint8_t prefix) const
+    void traceItem(const unsigned char *item, uint8_t prefix) const
     {
         if (!common::logger::IsDelivered(log::Trace))
             return;
-        QString text = QStringLiteral("%1 %2").arg(QString(2 * m_depth, QLatin1Char(' '))).arg(QString(), 2 * m_depth - 40);
+        QString text =
+            QStringLiteral("%1 %2").arg(QString(2 * m_depth, QLatin1Char(' '))).arg(QString(), 2 * m_depth - 40);
         const int shown = (prefix & 3) + 1;
         for (int i = 0; i < shown; ++i)
             text += QStringLiteral("%1 ").arg(item[i], 2, 16, QLatin1Char('0'));
@@ -599,18 +584,18 @@ private:
 
     void complete()
     {
-        for (const auto& [reportId, offsets] : m_offsets) {
-            m_info.reportDetails[reportId] = HIDReportDetails(reportId, bytes(offsets.inputOffset),
-                                                              bytes(offsets.outputOffset),
-                                                              bytes(offsets.featureOffset), offsets.usagePage);
+        for (const auto &[reportId, offsets] : m_offsets) {
+            m_info.reportDetails[reportId] =
+                HIDReportDetails(reportId, bytes(offsets.inputOffset), bytes(offsets.outputOffset),
+                                 bytes(offsets.featureOffset), offsets.usagePage);
         }
         if (!common::logger::IsDelivered(log::Trace))
             return;
         for (size_t i = 0; i < m_info.items.size(); ++i) {
-            const HIDReportItem* item = m_info.items[i];
-            const QString type = item->type == Input    ? QStringLiteral("In")
-                                 : item->type == Output ? QStringLiteral("Out")
-                                                        : QStringLiteral("Feature");
+            const HIDReportItem *item = m_info.items[i];
+            const QString type = item->type == Input ? QStringLiteral("In")
+                : item->type == Output               ? QStringLiteral("Out")
+                                                     : QStringLiteral("Feature");
             PARSE_TRACE << QStringLiteral("%1: ReportId:%2  Type:%3 Offset:%4 Bits:%5\n")
                                .arg(qulonglong(i), 2)
                                .arg(item->reportId, 2)
@@ -620,19 +605,19 @@ private:
         }
     }
 
-    HIDReportInfo& m_info;
+    HIDReportInfo &m_info;
     std::deque<HID_StateTable> m_stack;
     HID_StateTable m_orphanState; // the current state once an extra POP removed its element
     std::deque<uint16_t> m_usages;
     uint16_t m_lastUsage = 0;
     std::map<uint8_t, HID_OffsetTable> m_offsets;
-    HIDCollection* m_collection = nullptr;
+    HIDCollection *m_collection = nullptr;
     int m_depth = 0;
 };
 
 } // namespace
 
-int HIDParserBase::parseReportData(unsigned char const* data, unsigned short length, HIDReportInfo& info)
+int HIDParserBase::parseReportData(unsigned char const *data, unsigned short length, HIDReportInfo &info)
 {
     if (!data)
         return ParseOk;
@@ -642,7 +627,7 @@ int HIDParserBase::parseReportData(unsigned char const* data, unsigned short len
 // ---------------------------------------------------------------------------------------------
 // Field codec
 
-bool HIDParserBase::decodeReport(unsigned char* buffer, unsigned char length, std::vector<HIDReportItem*>& items,
+bool HIDParserBase::decodeReport(unsigned char *buffer, unsigned char length, std::vector<HIDReportItem *> &items,
                                  unsigned char reportId, HIDReportItemTypes type)
 {
     // The values are written out only for a logger that takes the trace line.
@@ -653,7 +638,7 @@ bool HIDParserBase::decodeReport(unsigned char* buffer, unsigned char length, st
         int position = 0;
         uint32_t current = length > 0 ? buffer[0] : 0;
         unsigned bitsLeft = length > 0 ? 8 : 0;
-        for (HIDReportItem* item : items) {
+        for (HIDReportItem *item : items) {
             if (item->reportId != reportId || item->type != type)
                 continue;
             unsigned size = item->reportSize;
@@ -686,7 +671,7 @@ bool HIDParserBase::decodeReport(unsigned char* buffer, unsigned char length, st
     return true;
 }
 
-bool HIDParserBase::makeOutputReport(unsigned char* buffer, unsigned char length, std::vector<HIDReportItem*>& items,
+bool HIDParserBase::makeOutputReport(unsigned char *buffer, unsigned char length, std::vector<HIDReportItem *> &items,
                                      unsigned char reportId)
 {
     // The mask keeps one bit more than it is given, as existing clients expect.
@@ -697,7 +682,7 @@ bool HIDParserBase::makeOutputReport(unsigned char* buffer, unsigned char length
         buffer[0] = 0;
         freeBits = 8;
     }
-    for (const HIDReportItem* item : items) {
+    for (const HIDReportItem *item : items) {
         if (item->reportId != reportId || item->type != Output || item->reportSize == 0)
             continue;
         unsigned size = item->reportSize;

@@ -43,8 +43,8 @@ struct HIDReportItem
     int32_t physicalMaximum = 0;
     uint8_t stringIndex = 0;
     uint8_t designatorIndex = 0;
-    int32_t value = 0; ///< last decoded, or to be encoded
-    HIDCollection* collection = nullptr; ///< innermost open collection; not owned
+    int32_t value = 0;                   ///< last decoded, or to be encoded
+    HIDCollection *collection = nullptr; ///< innermost open collection; not owned
 };
 
 /// One COLLECTION ... END_COLLECTION bracket. The tree is known through `parent` only.
@@ -54,16 +54,15 @@ struct HIDCollection
     uint16_t usagePage = 0;
     uint16_t usage = 0;
     uint8_t stringIndex = 0;
-    HIDCollection* parent = nullptr;     ///< null at top level; not owned
-    std::vector<HIDReportItem*> items; ///< declared directly inside; not owned
+    HIDCollection *parent = nullptr;    ///< null at top level; not owned
+    std::vector<HIDReportItem *> items; ///< declared directly inside; not owned
 };
 
 /// Sizes in whole bytes, without the report-id byte, of the reports of one report id.
 struct QVHID_EXPORT HIDReportDetails
 {
     HIDReportDetails();
-    HIDReportDetails(unsigned char reportId, int inputSize, int outputSize, int featureSize,
-                     unsigned short usagePage);
+    HIDReportDetails(unsigned char reportId, int inputSize, int outputSize, int featureSize, unsigned short usagePage);
 
     uint8_t reportId;
     uint16_t usagePage; ///< in force at the first field of this report id
@@ -79,14 +78,14 @@ class QVHID_EXPORT HIDReportInfo
 public:
     HIDReportInfo() = default;
     ~HIDReportInfo();
-    HIDReportInfo(const HIDReportInfo&) = delete;
-    HIDReportInfo& operator=(const HIDReportInfo&) = delete;
+    HIDReportInfo(const HIDReportInfo &) = delete;
+    HIDReportInfo &operator=(const HIDReportInfo &) = delete;
 
     /// The first collection with this usage page and usage, or null.
-    HIDCollection* findCollection(unsigned short usagePage, unsigned short usage) const;
+    HIDCollection *findCollection(unsigned short usagePage, unsigned short usage) const;
 
     /// The first of `items` with this usage page and usage, of any type and report id, or null.
-    HIDReportItem* findReportItem(std::vector<HIDReportItem*> const& items, unsigned short usagePage,
+    HIDReportItem *findReportItem(std::vector<HIDReportItem *> const &items, unsigned short usagePage,
                                   unsigned short usage) const;
 
     // The queries below start from a collection. A null one (findCollection() finding nothing)
@@ -94,14 +93,14 @@ public:
 
     /// The first item of the given type, usage page and usage declared directly in `collection`
     /// (if it has the collection usage) or in a descendant that has the collection usage.
-    HIDReportItem* findReportItem(HIDCollection* collection, HIDReportItemTypes type,
+    HIDReportItem *findReportItem(HIDCollection *collection, HIDReportItemTypes type,
                                   unsigned short collectionUsagePage, unsigned short collectionUsage,
                                   unsigned short usagePage, unsigned short usage) const;
 
     /// Appends the items of this report id and type from `collection` and all its descendants,
     /// then sorts all of `out` by bitOffset (an unstable sort).
-    void findReportItems(HIDCollection* collection, unsigned char reportId, HIDReportItemTypes type,
-                         std::vector<HIDReportItem*>& out) const;
+    void findReportItems(HIDCollection *collection, unsigned char reportId, HIDReportItemTypes type,
+                         std::vector<HIDReportItem *> &out) const;
 
     /// Appends without sorting, by two passes that are kept exactly as existing clients expect:
     ///  1. If `collection` has the collection usage: with m its direct items of this type and
@@ -109,13 +108,13 @@ public:
     ///  2. For each descendant D with the collection usage, its item j is appended when its type
     ///     is not Input and item j of `collection` has this report id (an index past the end of
     ///     `collection`'s items does not match).
-    void findReportItemsByReportID(HIDCollection* collection, HIDReportItemTypes type,
+    void findReportItemsByReportID(HIDCollection *collection, HIDReportItemTypes type,
                                    unsigned short collectionUsagePage, unsigned short collectionUsage,
-                                   unsigned char reportId, std::vector<HIDReportItem*>& out) const;
+                                   unsigned char reportId, std::vector<HIDReportItem *> &out) const;
 
     /// False as soon as a field with a non-zero value is found by the same two passes as
     /// findReportItemsByReportID(); true otherwise.
-    bool isEmptyValue(HIDCollection* collection, HIDReportItemTypes type, unsigned short collectionUsagePage,
+    bool isEmptyValue(HIDCollection *collection, HIDReportItemTypes type, unsigned short collectionUsagePage,
                       unsigned short collectionUsage, unsigned char reportId) const;
 
     /// The lowest report id whose first field was declared on this usage page; 0 when none.
@@ -126,9 +125,9 @@ public:
     /// Sets every item's value to 0.
     void reset();
 
-    std::vector<HIDReportItem*> items; ///< owned, in declaration order
+    std::vector<HIDReportItem *> items; ///< owned, in declaration order
     std::map<uint8_t, HIDReportDetails> reportDetails;
-    std::vector<HIDCollection*> collections; ///< owned, parents before their descendants
+    std::vector<HIDCollection *> collections; ///< owned, parents before their descendants
 };
 
 /// The parser's item state: global and local items share it.
@@ -191,20 +190,20 @@ public:
     /// snapshot (and, while one is saved, resets the state to the newest one) and POP only drops
     /// the newest snapshot; a zero-size item takes the byte after it as its value; long items are
     /// stepped over as 2-byte short items.
-    static int parseReportData(unsigned char const* data, unsigned short length, HIDReportInfo& info);
+    static int parseReportData(unsigned char const *data, unsigned short length, HIDReportInfo &info);
 
     /// Decodes the fields of `items` with this report id and type, in list order, from the
     /// report body at `buffer` (after any report-id byte) as one little-endian bit stream, into
     /// their `value`. Fields with a negative logicalMinimum are sign-extended. Fields wider than
     /// 32 bits keep their low 32 bits. False when the buffer ran out; the field being decoded
     /// then keeps its previous value.
-    static bool decodeReport(unsigned char* buffer, unsigned char length, std::vector<HIDReportItem*>& items,
+    static bool decodeReport(unsigned char *buffer, unsigned char length, std::vector<HIDReportItem *> &items,
                              unsigned char reportId, HIDReportItemTypes type);
 
     /// Encodes the `value` of every non-empty Output field of `items` with this report id, in
     /// list order, into the report body at `buffer`. Each value is masked to one bit more than
     /// its field, as existing clients expect. False when the buffer ran out; what fitted stays.
-    static bool makeOutputReport(unsigned char* buffer, unsigned char length, std::vector<HIDReportItem*>& items,
+    static bool makeOutputReport(unsigned char *buffer, unsigned char length, std::vector<HIDReportItem *> &items,
                                  unsigned char reportId);
 };
 

@@ -18,13 +18,13 @@ namespace hid {
 namespace {
 
 // The read cycle's timing and buffer.
-constexpr int PollIntervalMs = 10;          // from the end of one tick to the next
-constexpr std::size_t ReadBufferSize = 256; // every read
-constexpr int FirstReadTimeoutMs = 250;     // first read of a tick
-constexpr int BurstReadTimeoutMs = 5;       // each further report of a burst
+constexpr int PollIntervalMs = 10;               // from the end of one tick to the next
+constexpr std::size_t ReadBufferSize = 256;      // every read
+constexpr int FirstReadTimeoutMs = 250;          // first read of a tick
+constexpr int BurstReadTimeoutMs = 5;            // each further report of a burst
 constexpr int LongDelayFirstReadTimeoutMs = 700; // drain after a gesture or command (longDelay)
 constexpr int LongDelayNextReadTimeoutMs = 10;   // each further report of that drain
-constexpr int ReadBackTimeoutMs = 10;       // answers to a written report
+constexpr int ReadBackTimeoutMs = 10;            // answers to a written report
 
 const int stateMetaTypeId = qRegisterMetaType<QState *>("QState*");
 
@@ -42,7 +42,7 @@ public:
 
 protected:
     bool eventTest(QEvent *event) override { return event->type() == ResumeEventType; }
-    void onTransition(QEvent *) override {}
+    void onTransition(QEvent *) override { }
 };
 
 } // namespace
@@ -78,8 +78,7 @@ HidReaderBase::~HidReaderBase()
 
 // --- Writing commands -------------------------------------------------------------------------
 
-int HidReaderBase::writeCommand(const std::vector<std::vector<unsigned short>> &command,
-                                const QString &name)
+int HidReaderBase::writeCommand(const std::vector<std::vector<unsigned short>> &command, const QString &name)
 {
     if (!m_decoder) {
         HID_LOG(log::Error) << "HID READER there is no decoder";
@@ -182,9 +181,10 @@ void HidReaderBase::initStates()
         if (!action)
             return;
         const bool passSource = action == &HidReaderBase::execToRing;
-        connect(t, &QAbstractTransition::triggered, t, [this, action, source, passSource] {
-            (this->*action)(passSource ? source : nullptr);
-        }, Qt::DirectConnection);
+        connect(
+            t, &QAbstractTransition::triggered, t,
+            [this, action, source, passSource] { (this->*action)(passSource ? source : nullptr); },
+            Qt::DirectConnection);
     };
 
     transition(m_initState, &HidReaderBase::toInit, m_initState, nullptr);
@@ -240,18 +240,12 @@ void HidReaderBase::resumeCallState()
     };
     const Resumed resumed = [this]() -> Resumed {
         switch (m_resumeState) {
-        case CallState::Ringing:
-            return {m_ringState, &HidReaderBase::execToRing};
-        case CallState::Talking:
-            return {m_talkState, &HidReaderBase::execToTalk};
-        case CallState::TalkMuted:
-            return {m_talkMutedState, &HidReaderBase::execToTalkMuted};
-        case CallState::Held:
-            return {m_holdState, &HidReaderBase::execToHold};
-        case CallState::HeldMuted:
-            return {m_holdMutedState, &HidReaderBase::execToHoldMuted};
-        case CallState::Idle:
-            break;
+        case CallState::Ringing: return {m_ringState, &HidReaderBase::execToRing};
+        case CallState::Talking: return {m_talkState, &HidReaderBase::execToTalk};
+        case CallState::TalkMuted: return {m_talkMutedState, &HidReaderBase::execToTalkMuted};
+        case CallState::Held: return {m_holdState, &HidReaderBase::execToHold};
+        case CallState::HeldMuted: return {m_holdMutedState, &HidReaderBase::execToHoldMuted};
+        case CallState::Idle: break;
         }
         return {nullptr, nullptr};
     }();
@@ -260,8 +254,9 @@ void HidReaderBase::resumeCallState()
     HID_LOG(log::Trace) << "HID READER Resuming the call";
     auto *transition = new ResumeTransition(m_initState);
     transition->setTargetState(resumed.target);
-    connect(transition, &QAbstractTransition::triggered, this, [this, action = resumed.action] { (this->*action)(nullptr); },
-            Qt::DirectConnection);
+    connect(
+        transition, &QAbstractTransition::triggered, this,
+        [this, action = resumed.action] { (this->*action)(nullptr); }, Qt::DirectConnection);
     m_stateMachine->postEvent(new QEvent(ResumeEventType));
 }
 
@@ -305,9 +300,8 @@ void HidReaderBase::onCallEnd()
 void HidReaderBase::execToRing(QState *from)
 {
     const bool fromTalk = from != nullptr && (from == m_talkState || from == m_talkMutedState);
-    const HidCommand &command = fromTalk && !m_info.code.cmdFromTalkToRing.empty()
-                                    ? m_info.code.cmdFromTalkToRing
-                                    : m_info.code.cmdRing;
+    const HidCommand &command =
+        fromTalk && !m_info.code.cmdFromTalkToRing.empty() ? m_info.code.cmdFromTalkToRing : m_info.code.cmdRing;
     writeCommand(command, QStringLiteral("onCallIncome"));
 }
 
@@ -420,15 +414,13 @@ void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
         emit clickMute();
         HID_LOG(log::Trace) << "HID READER Mute emitted ";
         break;
-    default:
-        HID_LOG(log::Trace) << "HID READER no signal to emit";
-        break;
+    default: HID_LOG(log::Trace) << "HID READER no signal to emit"; break;
     }
     longReadData();
 }
 
-ClickType HidReaderBase::getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data,
-                                      unsigned short length, const ClickType &previous) const
+ClickType HidReaderBase::getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data, unsigned short length,
+                                      const ClickType &previous) const
 {
     std::vector<unsigned short> usages;
     const ClickType found = decoder->getClickTypeFromData(data, length, usages);

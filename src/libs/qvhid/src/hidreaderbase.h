@@ -99,8 +99,8 @@ public slots:
 public:
     /// Merges one report into the gesture of its burst: the first report that yields a gesture
     /// decides it; an empty report counts as the model's clickTypeOnEmptyCode until then.
-    virtual ClickType getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data,
-                                   unsigned short length, const ClickType &previous) const;
+    virtual ClickType getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data, unsigned short length,
+                                   const ClickType &previous) const;
 
 protected:
     void initStates();

@@ -20,8 +20,8 @@
 #endif
 
 #ifdef QVHID_TSAN
-extern "C" void __tsan_acquire(void* address);
-extern "C" void __tsan_release(void* address);
+extern "C" void __tsan_acquire(void *address);
+extern "C" void __tsan_release(void *address);
 #endif
 
 namespace hid {
@@ -29,7 +29,7 @@ namespace hid {
 class MutexLocker
 {
 public:
-    explicit MutexLocker(QMutex* mutex)
+    explicit MutexLocker(QMutex *mutex)
         : m_mutex(mutex)
     {
         m_mutex->lock();
@@ -46,11 +46,11 @@ public:
         m_mutex->unlock();
     }
 
-    MutexLocker(const MutexLocker&) = delete;
-    MutexLocker& operator=(const MutexLocker&) = delete;
+    MutexLocker(const MutexLocker &) = delete;
+    MutexLocker &operator=(const MutexLocker &) = delete;
 
 private:
-    QMutex* m_mutex;
+    QMutex *m_mutex;
 };
 
 } // namespace hid

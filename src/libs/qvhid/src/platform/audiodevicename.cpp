@@ -14,9 +14,9 @@ using Match = SoundCardMatch;
 // code that reads past the end of strings, which memory checkers run over an application
 // report as errors.
 
-bool startsWithAny(const QString& name, std::initializer_list<const char*> prefixes, int* length = nullptr)
+bool startsWithAny(const QString &name, std::initializer_list<const char *> prefixes, int *length = nullptr)
 {
-    for (const char* prefix : prefixes) {
+    for (const char *prefix : prefixes) {
         if (name.startsWith(QLatin1String(prefix))) {
             if (length)
                 *length = int(qstrlen(prefix));
@@ -37,7 +37,7 @@ bool isWordCharacter(QChar c)
 }
 
 // The run of ASCII digits at `from`, at most `most` long; its length, 0 when none.
-int digitsAt(const QString& text, int from, int most)
+int digitsAt(const QString &text, int from, int most)
 {
     int length = 0;
     while (from + length < text.size() && isAsciiDigit(text.at(from + length)))
@@ -45,7 +45,7 @@ int digitsAt(const QString& text, int from, int most)
     return length <= most ? length : 0;
 }
 
-Match found(int card, const QString& rule)
+Match found(int card, const QString &rule)
 {
     Match match;
     match.kind = Match::Card;
@@ -56,12 +56,12 @@ Match found(int card, const QString& rule)
 
 // PulseAudio makes every byte outside A-Z a-z 0-9 . - _ of a card's udev id a '_' when it
 // names the card; PipeWire keeps them. Both sides made so compare equal either way.
-QByteArray soundServerForm(const QString& text)
+QByteArray soundServerForm(const QString &text)
 {
     QByteArray bytes = text.toUtf8();
-    for (char& c : bytes) {
+    for (char &c : bytes) {
         const bool valid = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.'
-                        || c == '-' || c == '_';
+            || c == '-' || c == '_';
         if (!valid)
             c = '_';
     }
@@ -72,7 +72,7 @@ QByteArray soundServerForm(const QString& text)
 // profile ("analog-stereo", "mono-fallback", "pro-output-0", ...) may hold dots itself, and so
 // may the udev id: a card matches when its id is the whole rest or is followed by a dot, and
 // the longest such id wins.
-Match bySoundServerName(const QString& name, const QVector<SoundCard>& cards)
+Match bySoundServerName(const QString &name, const QVector<SoundCard> &cards)
 {
     int prefixLength = 0;
     if (!startsWithAny(name, {"alsa_output.", "alsa_input.", "alsa_card."}, &prefixLength))
@@ -91,14 +91,15 @@ Match bySoundServerName(const QString& name, const QVector<SoundCard>& cards)
     }
     if (best < 0)
         return {};
-    const SoundCard& card = cards[best];
-    return found(best, QStringLiteral("sound-server name of udev ID_ID \"%1\"%2")
-                           .arg(card.udevId, card.udevIdDerived ? QStringLiteral(" (made from sysfs)") : QString()));
+    const SoundCard &card = cards[best];
+    return found(best,
+                 QStringLiteral("sound-server name of udev ID_ID \"%1\"%2")
+                     .arg(card.udevId, card.udevIdDerived ? QStringLiteral(" (made from sysfs)") : QString()));
 }
 
 // CARD=<id> anywhere in an ALSA device hint: "sysdefault:CARD=Headset20",
 // "front:CARD=Headset20,DEV=0". ALSA also takes a card index there.
-Match byAlsaCardId(const QString& name, const QVector<SoundCard>& cards)
+Match byAlsaCardId(const QString &name, const QVector<SoundCard> &cards)
 {
     const QString key = QStringLiteral("CARD=");
     int at = -1;
@@ -110,7 +111,8 @@ Match byAlsaCardId(const QString& name, const QVector<SoundCard>& cards)
     if (at < 0)
         return {};
     int end = at + key.size();
-    while (end < name.size() && name.at(end) != QLatin1Char(',') && name.at(end) != QLatin1Char(')') && !name.at(end).isSpace())
+    while (end < name.size() && name.at(end) != QLatin1Char(',') && name.at(end) != QLatin1Char(')')
+           && !name.at(end).isSpace())
         ++end;
     const QString id = name.mid(at + key.size(), end - at - key.size());
     if (id.isEmpty())
@@ -129,7 +131,7 @@ Match byAlsaCardId(const QString& name, const QVector<SoundCard>& cards)
 }
 
 // hw:N, hw:N,M, plughw:N[,M], also inside a description such as "... (hw:2,0)".
-Match byAlsaCardIndex(const QString& name, const QVector<SoundCard>& cards)
+Match byAlsaCardIndex(const QString &name, const QVector<SoundCard> &cards)
 {
     const QString key = QStringLiteral("hw:");
     for (int at = name.indexOf(key); at >= 0; at = name.indexOf(key, at + 1)) {
@@ -162,7 +164,7 @@ Match byAlsaCardIndex(const QString& name, const QVector<SoundCard>& cards)
 
 // A browser labels a USB device "<description> (0b0e:030d)". The first card of these ids
 // wins; identical headsets cannot be told apart by this form.
-Match byUsbIds(const QString& name, const QVector<SoundCard>& cards)
+Match byUsbIds(const QString &name, const QVector<SoundCard> &cards)
 {
     // "(vvvv:pppp)": eleven characters at the very end.
     if (name.size() < 11 || !name.endsWith(QLatin1Char(')')) || name.at(name.size() - 11) != QLatin1Char('(')
@@ -170,7 +172,7 @@ Match byUsbIds(const QString& name, const QVector<SoundCard>& cards)
         return {};
     const QString vendorText = name.mid(name.size() - 10, 4);
     const QString productText = name.mid(name.size() - 5, 4);
-    const auto isHex = [](const QString& text) {
+    const auto isHex = [](const QString &text) {
         return std::all_of(text.begin(), text.end(), [](QChar c) {
             return c.unicode() < 0x80 && (isAsciiDigit(c) || QStringLiteral("abcdefABCDEF").contains(c));
         });
@@ -189,7 +191,7 @@ Match byUsbIds(const QString& name, const QVector<SoundCard>& cards)
 // "Office Headset 20 Analog Stereo", "Office Headset 20, USB Audio", "Office Headset 20: USB
 // Audio": the card's name, then the end, a blank, ',' or ':'. White space is compared as
 // single blanks. The longest name wins, and among equal names the first card.
-Match byDescription(const QString& name, const QVector<SoundCard>& cards)
+Match byDescription(const QString &name, const QVector<SoundCard> &cards)
 {
     const QString text = name.simplified();
     int best = -1;
@@ -208,13 +210,14 @@ Match byDescription(const QString& name, const QVector<SoundCard>& cards)
     }
     if (best < 0)
         return {};
-    return found(best, QStringLiteral("description beginning with the card's name \"%1\"")
-                           .arg(cards[best].displayName().simplified()));
+    return found(best,
+                 QStringLiteral("description beginning with the card's name \"%1\"")
+                     .arg(cards[best].displayName().simplified()));
 }
 
 } // namespace
 
-SoundCardMatch ResolveAudioDeviceName(const QString& name, const QVector<SoundCard>& cards)
+SoundCardMatch ResolveAudioDeviceName(const QString &name, const QVector<SoundCard> &cards)
 {
     const QString trimmed = name.trimmed();
     if (startsWithAny(trimmed, {"bluez_output.", "bluez_input.", "bluez_card.", "bluez_sink.", "bluez_source."})) {

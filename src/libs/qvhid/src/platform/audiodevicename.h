@@ -34,7 +34,7 @@ struct QVHID_EXPORT SoundCardMatch
 /// that finds a card decides: Bluetooth names, sound-server names, ALSA card ids (CARD=),
 /// ALSA card indexes (hw:N), a browser's trailing "(vvvv:pppp)", descriptions that begin with
 /// the card's product string.
-QVHID_EXPORT SoundCardMatch ResolveAudioDeviceName(const QString& name, const QVector<SoundCard>& cards);
+QVHID_EXPORT SoundCardMatch ResolveAudioDeviceName(const QString &name, const QVector<SoundCard> &cards);
 
 } // namespace hid
 

@@ -13,13 +13,13 @@ std::wstring GetDefaultDevicePath()
     return std::wstring();
 }
 
-bool findDeviceBaseContainerId(const std::wstring& deviceId, std::wstring& containerId)
+bool findDeviceBaseContainerId(const std::wstring &deviceId, std::wstring &containerId)
 {
     containerId = deviceId;
     return true;
 }
 
-bool findHidDevicesByBaseContainerId(const std::wstring& containerId, std::list<std::string>& devices)
+bool findHidDevicesByBaseContainerId(const std::wstring &containerId, std::list<std::string> &devices)
 {
     std::string narrowed;
     narrowed.reserve(containerId.size());

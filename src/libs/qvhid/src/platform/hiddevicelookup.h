@@ -16,12 +16,11 @@ QVHID_EXPORT std::wstring GetDefaultDevicePath();
 
 /// The container that groups an audio endpoint with the other interfaces of its hardware. Here a
 /// device is its own container: the identifier is copied unchanged. Always true.
-QVHID_EXPORT bool findDeviceBaseContainerId(const std::wstring& deviceId, std::wstring& containerId);
+QVHID_EXPORT bool findDeviceBaseContainerId(const std::wstring &deviceId, std::wstring &containerId);
 
 /// Appends the one HID device of a container to `devices`: the identifier narrowed by keeping
 /// the low 8 bits of each character. Always true.
-QVHID_EXPORT bool findHidDevicesByBaseContainerId(const std::wstring& containerId,
-                                                  std::list<std::string>& devices);
+QVHID_EXPORT bool findHidDevicesByBaseContainerId(const std::wstring &containerId, std::list<std::string> &devices);
 
 } // namespace hid
 

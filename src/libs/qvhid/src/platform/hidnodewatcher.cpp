@@ -13,7 +13,7 @@
 
 namespace hid {
 
-HidNodeWatcher::HidNodeWatcher(const QString& directory, QObject* parent)
+HidNodeWatcher::HidNodeWatcher(const QString &directory, QObject *parent)
     : QObject(parent)
 {
     m_fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -24,8 +24,8 @@ HidNodeWatcher::HidNodeWatcher(const QString& directory, QObject* parent)
     // IN_ATTRIB: udev grants access to a new node a moment after the kernel made it.
     const uint32_t events = IN_CREATE | IN_ATTRIB | IN_DELETE | IN_MOVED_TO | IN_MOVED_FROM;
     if (inotify_add_watch(m_fd, directory.toLocal8Bit().constData(), events) < 0) {
-        HID_LOG(log::Error) << "HID DEVICE Cannot watch " << directory << " for headsets being plugged in: "
-                            << std::strerror(errno);
+        HID_LOG(log::Error) << "HID DEVICE Cannot watch " << directory
+                            << " for headsets being plugged in: " << std::strerror(errno);
         close(m_fd);
         m_fd = -1;
         return;
@@ -50,7 +50,7 @@ void HidNodeWatcher::onReadable()
         if (length <= 0)
             break;
         for (ssize_t offset = 0; offset + ssize_t(sizeof(inotify_event)) <= length;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(buffer + offset);
+            const auto *event = reinterpret_cast<const inotify_event *>(buffer + offset);
             // An overflowed queue lost events: any of them may have been a headset's.
             if ((event->mask & IN_Q_OVERFLOW) || (event->len > 0 && std::strncmp(event->name, "hidraw", 6) == 0))
                 hidrawChanged = true;

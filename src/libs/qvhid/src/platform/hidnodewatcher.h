@@ -23,7 +23,7 @@ class QVHID_EXPORT HidNodeWatcher : public QObject
 
 public:
     /// A directory that cannot be watched is logged; changed() then never comes.
-    explicit HidNodeWatcher(const QString& directory, QObject* parent = nullptr);
+    explicit HidNodeWatcher(const QString &directory, QObject *parent = nullptr);
     ~HidNodeWatcher() override;
 
 signals:
@@ -34,7 +34,7 @@ private:
     void onReadable();
 
     int m_fd = -1;
-    QSocketNotifier* m_notifier = nullptr;
+    QSocketNotifier *m_notifier = nullptr;
 };
 
 } // namespace hid

@@ -9,12 +9,12 @@
 
 namespace hid {
 
-void ReportDescriptorDeleter::operator()(hid_descriptor* descriptor) const
+void ReportDescriptorDeleter::operator()(hid_descriptor *descriptor) const
 {
     std::free(descriptor); // one block: the parser's lists live inside it
 }
 
-ReportDescriptor ReadReportDescriptor(const SystemView& system, const QString& path)
+ReportDescriptor ReadReportDescriptor(const SystemView &system, const QString &path)
 {
     const QByteArray nodePath = path.toUtf8();
     std::vector<unsigned char> bytes(HID_PARSER_MAX_DESCRIPTOR_SIZE);
@@ -24,7 +24,7 @@ ReportDescriptor ReadReportDescriptor(const SystemView& system, const QString& p
         return ReportDescriptor(hid_parse_descriptor(bytes.data(), static_cast<std::size_t>(size)));
 
     // Not a hidraw node (another hidapi backend, a virtual device): ask the device itself.
-    hid_device* device = hid_open_path(nodePath.constData());
+    hid_device *device = hid_open_path(nodePath.constData());
     if (!device)
         return nullptr;
     ReportDescriptor descriptor(hid_read_descriptor(device));

@@ -16,7 +16,7 @@ namespace hid {
 
 struct QVHID_EXPORT ReportDescriptorDeleter
 {
-    void operator()(hid_descriptor* descriptor) const;
+    void operator()(hid_descriptor *descriptor) const;
 };
 using ReportDescriptor = std::unique_ptr<hid_descriptor, ReportDescriptorDeleter>;
 
@@ -24,7 +24,7 @@ using ReportDescriptor = std::unique_ptr<hid_descriptor, ReportDescriptorDeleter
 /// it), read without binding the interface: for a hidraw node from sysfs, which any user may
 /// read, otherwise by opening the interface through hidapi for as long as the reading takes.
 /// Null when it cannot be read or is not a valid descriptor.
-QVHID_EXPORT ReportDescriptor ReadReportDescriptor(const SystemView& system, const QString& path);
+QVHID_EXPORT ReportDescriptor ReadReportDescriptor(const SystemView &system, const QString &path);
 
 } // namespace hid
 

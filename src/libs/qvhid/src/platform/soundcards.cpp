@@ -12,7 +12,7 @@ namespace hid {
 namespace {
 
 // A sysfs attribute without its line end; empty when the file is missing.
-QString attribute(const QString& directory, const char* name)
+QString attribute(const QString &directory, const char *name)
 {
     QFile file(directory + QLatin1Char('/') + QLatin1String(name));
     if (!file.open(QIODevice::ReadOnly))
@@ -20,20 +20,20 @@ QString attribute(const QString& directory, const char* name)
     return QString::fromUtf8(file.readAll()).trimmed();
 }
 
-unsigned short hexAttribute(const QString& directory, const char* name)
+unsigned short hexAttribute(const QString &directory, const char *name)
 {
     bool ok = false;
     const uint value = attribute(directory, name).toUInt(&ok, 16);
     return ok && value <= 0xFFFF ? static_cast<unsigned short>(value) : 0;
 }
 
-bool exists(const QString& directory, const char* name)
+bool exists(const QString &directory, const char *name)
 {
     return QFileInfo::exists(directory + QLatin1Char('/') + QLatin1String(name));
 }
 
 // "card12" -> 12; -1 for anything else (controlC0, pcmC0D0p, seq, timer...).
-int cardNumberOf(const QString& name)
+int cardNumberOf(const QString &name)
 {
     if (!name.startsWith(QLatin1String("card")) || name.size() == 4)
         return -1;
@@ -44,7 +44,7 @@ int cardNumberOf(const QString& name)
 
 // The first directory from `directory` upwards that is a USB device (it has ids, and no
 // interface number as its interfaces have), without leaving `root`.
-QString usbDeviceAbove(const QString& root, QString directory)
+QString usbDeviceAbove(const QString &root, QString directory)
 {
     const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
     if (canonicalRoot.isEmpty())
@@ -60,28 +60,28 @@ QString usbDeviceAbove(const QString& root, QString directory)
 // As udev's usb_id makes each part of ID_SERIAL: white space cut at both ends and each run of
 // it inside made one '_', then every character outside 0-9 A-Z a-z # + - . : = @ _ made '_'.
 // Characters beyond ASCII are kept, as udev keeps valid UTF-8.
-QString udevPart(const QString& text)
+QString udevPart(const QString &text)
 {
     const QString words = text.simplified().replace(QLatin1Char(' '), QLatin1Char('_'));
     QString result;
     result.reserve(words.size());
     for (const QChar c : words) {
         const bool allowed = c.unicode() > 0x7F || (c.unicode() < 0x80 && c.isLetterOrNumber())
-                          || QStringLiteral("#+-.:=@_").contains(c);
+            || QStringLiteral("#+-.:=@_").contains(c);
         result.append(allowed ? c : QLatin1Char('_'));
     }
     return result;
 }
 
 // udev leaves out a serial with control characters, characters beyond ASCII or commas.
-bool isUsableSerial(const QString& serial)
+bool isUsableSerial(const QString &serial)
 {
     return !serial.isEmpty() && std::all_of(serial.begin(), serial.end(), [](QChar c) {
         return c.unicode() >= 0x20 && c.unicode() <= 0x7F && c != QLatin1Char(',');
     });
 }
 
-SoundCard readCard(const SystemView& system, const QString& cardDirectory, int number)
+SoundCard readCard(const SystemView &system, const QString &cardDirectory, int number)
 {
     SoundCard card;
     card.number = number;
@@ -119,12 +119,12 @@ QString SoundCard::displayName() const
         .arg(productId, 4, 16, QLatin1Char('0'));
 }
 
-QVector<SoundCard> ListSoundCards(const SystemView& system)
+QVector<SoundCard> ListSoundCards(const SystemView &system)
 {
     QVector<SoundCard> cards;
     const QString classDirectory = system.sysfsRoot + QStringLiteral("/class/sound");
     const QStringList entries = QDir(classDirectory).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::System);
-    for (const QString& entry : entries) {
+    for (const QString &entry : entries) {
         const int number = cardNumberOf(entry);
         if (number < 0)
             continue;
@@ -132,11 +132,11 @@ QVector<SoundCard> ListSoundCards(const SystemView& system)
         if (!directory.isEmpty())
             cards.append(readCard(system, directory, number));
     }
-    std::sort(cards.begin(), cards.end(), [](const SoundCard& a, const SoundCard& b) { return a.number < b.number; });
+    std::sort(cards.begin(), cards.end(), [](const SoundCard &a, const SoundCard &b) { return a.number < b.number; });
     return cards;
 }
 
-QString UsbDeviceOfHidPath(const SystemView& system, const QString& hidPath)
+QString UsbDeviceOfHidPath(const SystemView &system, const QString &hidPath)
 {
     const QString prefix = QStringLiteral("/dev/hidraw");
     if (!hidPath.startsWith(prefix) || hidPath.size() == prefix.size())
@@ -150,8 +150,8 @@ QString UsbDeviceOfHidPath(const SystemView& system, const QString& hidPath)
     return directory.isEmpty() ? QString() : usbDeviceAbove(system.sysfsRoot, directory);
 }
 
-QString DeriveUdevUsbId(const QString& manufacturer, const QString& product, const QString& serial,
-                        unsigned short vendorId, unsigned short productId, const QString& interfaceNumber)
+QString DeriveUdevUsbId(const QString &manufacturer, const QString &product, const QString &serial,
+                        unsigned short vendorId, unsigned short productId, const QString &interfaceNumber)
 {
     QString vendor = udevPart(manufacturer);
     if (vendor.isEmpty())

@@ -39,19 +39,18 @@ struct QVHID_EXPORT SoundCard
 };
 
 /// Every sound card, in the order of their numbers.
-QVHID_EXPORT QVector<SoundCard> ListSoundCards(const SystemView& system);
+QVHID_EXPORT QVector<SoundCard> ListSoundCards(const SystemView &system);
 
 /// The sysfs directory of the USB device that the HID interface at `hidPath` (as hidapi's hidraw
 /// backend names it, "/dev/hidraw3") belongs to; empty for any other path or device.
-QVHID_EXPORT QString UsbDeviceOfHidPath(const SystemView& system, const QString& hidPath);
+QVHID_EXPORT QString UsbDeviceOfHidPath(const SystemView &system, const QString &hidPath);
 
 /// udev's ID_ID of a USB sound card, made as udev makes it: "usb-" ID_SERIAL "-" the interface
 /// number (two hex digits, as sysfs gives it). ID_SERIAL is vendor "_" model, then "_" serial when
 /// the device has a usable one; vendor and model are the manufacturer and product strings, or
 /// the ids in hex when a string is missing.
-QVHID_EXPORT QString DeriveUdevUsbId(const QString& manufacturer, const QString& product, const QString& serial,
-                                     unsigned short vendorId, unsigned short productId,
-                                     const QString& interfaceNumber);
+QVHID_EXPORT QString DeriveUdevUsbId(const QString &manufacturer, const QString &product, const QString &serial,
+                                     unsigned short vendorId, unsigned short productId, const QString &interfaceNumber);
 
 } // namespace hid
 

@@ -7,13 +7,13 @@ namespace hid {
 
 namespace {
 
-QString udevCardPropertyFromDatabase(const QString& cardName, const QString& key)
+QString udevCardPropertyFromDatabase(const QString &cardName, const QString &key)
 {
-    udev* context = udev_new();
+    udev *context = udev_new();
     if (!context)
         return QString();
     QString value;
-    if (udev_device* card = udev_device_new_from_subsystem_sysname(context, "sound", cardName.toUtf8().constData())) {
+    if (udev_device *card = udev_device_new_from_subsystem_sysname(context, "sound", cardName.toUtf8().constData())) {
         value = QString::fromUtf8(udev_device_get_property_value(card, key.toUtf8().constData()));
         udev_device_unref(card);
     }

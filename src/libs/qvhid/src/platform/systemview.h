@@ -19,7 +19,7 @@ struct QVHID_EXPORT SystemView
     /// Where hidraw nodes appear as headsets are plugged in.
     QString deviceDirectory;
     /// udev's property `key` of the sound card `cardName` ("card2"); empty when udev has none.
-    std::function<QString(const QString& cardName, const QString& key)> udevCardProperty;
+    std::function<QString(const QString &cardName, const QString &key)> udevCardProperty;
 };
 
 /// sysfs at /sys, device nodes in /dev, and udev's own database, through libudev.
