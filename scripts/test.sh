@@ -27,7 +27,7 @@ if [ -z "$build_dir" ]; then
     build_dir=$root/build${sanitize:+-${sanitize//,/-}}
 fi
 
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen clang-format
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config binutils qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen
 
 build_type=RelWithDebInfo
 [ -n "$sanitize" ] && build_type=Debug
@@ -40,3 +40,6 @@ cmake --build "$build_dir" -j"$(nproc)"
 [ -z "$sanitize" ] && cmake --build "$build_dir" --target docs
 [ "$build_only" -eq 1 ] && exit 0
 ctest --test-dir "$build_dir" --output-on-failure -j"$(nproc)"
+# And the house style (.clang-format), once.
+[ -z "$sanitize" ] && bash "$root/scripts/check-format.sh"
+exit 0
