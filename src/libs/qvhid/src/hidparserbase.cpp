@@ -11,8 +11,7 @@
 
 namespace hid {
 
-// ---------------------------------------------------------------------------------------------
-// Report model
+// --- Report model --------------------------------------------------------------------------------
 
 // reportId and usagePage carry no meaning until set; they start at 0 rather than indeterminate.
 HIDReportDetails::HIDReportDetails()
@@ -228,8 +227,7 @@ void HIDReportInfo::reset()
         item->value = 0;
 }
 
-// ---------------------------------------------------------------------------------------------
-// Descriptor parser
+// --- Descriptor parser ---------------------------------------------------------------------------
 
 HIDParserBase::HIDParserBase() = default;
 HIDParserBase::~HIDParserBase() = default;
@@ -624,8 +622,7 @@ int HIDParserBase::parseReportData(unsigned char const *data, unsigned short len
     return DescriptorParser(info).parse(data, length);
 }
 
-// ---------------------------------------------------------------------------------------------
-// Field codec
+// --- Field codec ---------------------------------------------------------------------------------
 
 bool HIDParserBase::decodeReport(unsigned char *buffer, unsigned char length, std::vector<HIDReportItem *> &items,
                                  unsigned char reportId, HIDReportItemTypes type)
