@@ -136,6 +136,11 @@ void TestHeadset::clearWritten() const
     system().server().clearWritten(m_id);
 }
 
+int TestHeadset::filesPerBinding()
+{
+    return 2;
+}
+
 int TestHeadset::openHandles() const
 {
     return system().server().openFiles(m_id);

@@ -154,7 +154,7 @@ void TestEndToEnd::bindsTheHeadsetOfTheAudioDevice()
     manager().onActiveAudioDeviceChanged(audioDevice);
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:" + product, "state:Initial"}));
     const TestHeadset bound = deviceOf(model.toLatin1().constData());
-    QCOMPARE(bound.openHandles(), 1);
+    QCOMPARE(bound.openHandles(), TestHeadset::filesPerBinding());
     QCOMPARE(bound.written(), initReports);
     for (const auto &device : qAsConst(m_devices)) {
         if (device.first != model)
@@ -268,7 +268,7 @@ void TestEndToEnd::switchingAudioDeviceRebinds()
     QCOMPARE(events.since(4), (QStringList{"hide", "show:Desk Headset 310"}));
     QTRY_COMPARE(events.since(4), (QStringList{"hide", "show:Desk Headset 310", "state:Initial"}));
     QTRY_COMPARE(first.openHandles(), 0);
-    QCOMPARE(second.openHandles(), 1);
+    QCOMPARE(second.openHandles(), TestHeadset::filesPerBinding());
 
     // The new binding starts from the initial state; the old headset hears nothing more.
     manager().onCallIncome();
@@ -317,7 +317,7 @@ void TestEndToEnd::unplugMidCallAndReplugResumesTheCall()
     QTRY_COMPARE(events.since(7), (QStringList{"show:Office Headset 20", "state:Initial", "state:Hold"}));
     // Lamps all off, then Off-Hook, Hold and On-Line: the call as the application left it.
     QTRY_COMPARE(replugged.written(), (QStringList{"0200", "0229"}));
-    QCOMPARE(replugged.openHandles(), 1);
+    QCOMPARE(replugged.openHandles(), TestHeadset::filesPerBinding());
     replugged.press("mute");
     replugged.release("mute");
     QTRY_COMPARE(events.since(10), QStringList{"mute"});
@@ -383,7 +383,7 @@ void TestEndToEnd::unlistedHeadsetIsBoundThroughTheFallback()
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
-    QCOMPARE(headset.openHandles(), 1);
+    QCOMPARE(headset.openHandles(), TestHeadset::filesPerBinding());
 
     // The whole call, byte for byte as on a listed headset of the standard configuration.
     reportWholeCall();
@@ -417,7 +417,7 @@ void TestEndToEnd::headsetIsBoundOnItsCallControlInterface()
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (Office Headset 40)"));
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 40", "state:Initial"}));
-    QCOMPARE(telephony.openHandles(), 1);
+    QCOMPARE(telephony.openHandles(), TestHeadset::filesPerBinding());
     QCOMPARE(consumer.opens(), 0ul);
     manager().onCallIncome();
     QTRY_COMPARE(telephony.written(), (QStringList{"0200", "0222"}));

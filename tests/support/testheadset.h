@@ -43,6 +43,9 @@ public:
     QStringList written() const;
     void clearWritten() const;
     int openHandles() const;
+    // How many of the headset's files a running binding holds open: hidapi's handle, and on a
+    // hidraw node also the reader's own file, on which it waits for input.
+    static int filesPerBinding();
     unsigned long opens() const; // successful opens so far
 
 private:

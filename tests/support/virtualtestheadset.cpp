@@ -99,6 +99,11 @@ void TestHeadset::clearWritten() const
     deviceOf(m_id).clearWrittenReports();
 }
 
+int TestHeadset::filesPerBinding()
+{
+    return 1; // a virtual device is waited on through its hidapi handle
+}
+
 int TestHeadset::openHandles() const
 {
     return deviceOf(m_id).openHandles();

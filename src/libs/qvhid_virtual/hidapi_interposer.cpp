@@ -117,6 +117,20 @@ HIDAPI_FUNCTION int hid_read_timeout(hid_device *dev, unsigned char *data, size_
     return real().readTimeout ? real().readTimeout(dev, data, length, milliseconds) : -1;
 }
 
+// Extensions that hidapi lacks (virtualhid.h): a read whose wait another thread may cut short.
+HIDAPI_FUNCTION int hid_read_timeout_interruptible(hid_device *dev, unsigned char *data, size_t length,
+                                                   int milliseconds)
+{
+    if (isVirtual(dev))
+        return Registry::instance().read(dev, data, length, milliseconds < 0 ? -1 : milliseconds, true);
+    return real().readTimeout ? real().readTimeout(dev, data, length, milliseconds) : -1;
+}
+
+HIDAPI_FUNCTION int hid_interrupt(hid_device *dev)
+{
+    return isVirtual(dev) ? Registry::instance().interrupt(dev) : -1;
+}
+
 HIDAPI_FUNCTION int hid_read(hid_device *dev, unsigned char *data, size_t length)
 {
     if (isVirtual(dev))

@@ -17,6 +17,22 @@
 
 #include "qvhid_virtual_export.h"
 
+// hidapi's opaque device handle, as hidapi.h declares it.
+struct hid_device_;
+typedef struct hid_device_ hid_device;
+
+extern "C" {
+/// An extension of hidapi's C API that only this library defines: hid_read_timeout(), except
+/// that its wait may be cut short from another thread. It returns 0 at once when hid_interrupt()
+/// was called for the handle since the last such read and no input is due. On a device that is
+/// not virtual it is hid_read_timeout().
+QVHID_VIRTUAL_EXPORT int hid_read_timeout_interruptible(hid_device *dev, unsigned char *data, size_t length,
+                                                        int milliseconds);
+/// Cuts short the wait of the interruptible read in progress on `dev`, or of the next one; any
+/// thread may call it. 0, or -1 for a device that is not virtual.
+QVHID_VIRTUAL_EXPORT int hid_interrupt(hid_device *dev);
+}
+
 namespace hid::virt {
 
 using Bytes = std::vector<unsigned char>;
@@ -67,6 +83,7 @@ struct Counters
     unsigned long reads = 0;            ///< read calls, also those that time out or fail
     unsigned long writes = 0;           ///< write calls, also those that fail
     unsigned long interruptedReads = 0; ///< reads failed by Faults::nextReadFails
+    unsigned long interruptedWaits = 0; ///< interruptible reads that hid_interrupt() cut short
 };
 
 /// Failures to inject; all off by default.

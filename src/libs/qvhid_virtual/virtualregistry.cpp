@@ -91,7 +91,8 @@ struct VirtualHandle
     unsigned int generation = 0;
     bool nonBlocking = false;
     bool closed = false;
-    std::deque<QueuedReport> queue; // by due time
+    bool interruptRequested = false; // hid_interrupt(): the next interruptible read returns at once
+    std::deque<QueuedReport> queue;  // by due time
     hid_device_info *info = nullptr;
     std::wstring error;
 
@@ -382,7 +383,18 @@ int Registry::write(hid_device *device, const unsigned char *data, size_t length
     return static_cast<int>(length);
 }
 
-int Registry::read(hid_device *device, unsigned char *data, size_t length, int milliseconds)
+int Registry::interrupt(hid_device *device)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto handle = findHandle(device);
+    if (!handle)
+        return -1;
+    handle->interruptRequested = true;
+    m_changed.notify_all();
+    return 0;
+}
+
+int Registry::read(hid_device *device, unsigned char *data, size_t length, int milliseconds, bool interruptible)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     const auto handle = findHandle(device);
@@ -419,6 +431,12 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
             if (count > 0) // an empty report has no storage to copy from
                 std::memcpy(data, report.data(), count);
             return static_cast<int>(count);
+        }
+        // Input that is due comes first; a wake-up only cuts the wait for it short.
+        if (interruptible && handle->interruptRequested) {
+            handle->interruptRequested = false;
+            ++handle->device->counters.interruptedWaits;
+            return 0;
         }
         if (milliseconds == 0 || now >= deadline)
             return 0;

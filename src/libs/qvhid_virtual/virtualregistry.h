@@ -53,7 +53,10 @@ public:
     int write(hid_device *device, const unsigned char *data, size_t length);
     // A negative time-out blocks; FollowMode follows the handle's non-blocking setting.
     static constexpr int FollowMode = -2;
-    int read(hid_device *device, unsigned char *data, size_t length, int milliseconds);
+    // An interruptible read returns 0 at once when hid_interrupt() was called for its handle
+    // since the last one (and no input is due); other reads do not see it.
+    int read(hid_device *device, unsigned char *data, size_t length, int milliseconds, bool interruptible = false);
+    int interrupt(hid_device *device);
     int setNonblocking(hid_device *device, int nonblocking);
     enum class Text { Manufacturer, Product, SerialNumber };
     int text(hid_device *device, Text which, wchar_t *buffer, size_t maxLength);

@@ -181,6 +181,14 @@ bool HidDevice::startReader(CallState call)
     return true;
 }
 
+void HidDevice::wakeReader()
+{
+    // The call state was queued to the reader; it is handled once the reader's wait for input
+    // is over, which this ends now.
+    if (m_reader)
+        m_reader->wakeUp();
+}
+
 bool HidDevice::isCurrent(quint64 binding) const
 {
     return m_reader && binding == m_binding;
@@ -271,36 +279,42 @@ void HidDevice::onCallMuted()
 {
     m_call = CallState::TalkMuted;
     emit callMuted();
+    wakeReader();
 }
 
 void HidDevice::onCallUnmuted()
 {
     m_call = CallState::Talking;
     emit callUnmuted();
+    wakeReader();
 }
 
 void HidDevice::onCallIncome()
 {
     m_call = CallState::Ringing;
     emit callIncome();
+    wakeReader();
 }
 
 void HidDevice::onCallHold()
 {
     m_call = CallState::Held;
     emit callHold();
+    wakeReader();
 }
 
 void HidDevice::onCallHoldMuted()
 {
     m_call = CallState::HeldMuted;
     emit callHoldMuted();
+    wakeReader();
 }
 
 void HidDevice::onCallEnd()
 {
     m_call = CallState::Idle;
     emit callEnd();
+    wakeReader();
 }
 
 // --- Discovery --------------------------------------------------------------------------------

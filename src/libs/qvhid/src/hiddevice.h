@@ -150,6 +150,8 @@ private:
     bool startReader(CallState call);
     /// Whether `binding` is still the running binding: anything a withdrawn one sends is dropped.
     bool isCurrent(quint64 binding) const;
+    // Cuts the running reader's wait for input short, for a call state just queued to it.
+    void wakeReader();
     /// Watches for headsets being plugged in while the application's name is bound to nothing.
     void waitForHeadset();
     void stopWaiting();

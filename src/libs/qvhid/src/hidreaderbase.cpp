@@ -70,6 +70,7 @@ HidReaderBase::HidReaderBase(const HidDeviceInfo &info)
 HidReaderBase::~HidReaderBase()
 {
     m_readTimer->stop();
+    m_input.detach();
     hid_close(m_deviceHandle);
     m_deviceHandle = nullptr;
     HID_LOG(log::Trace) << "~HidReaderBase";
@@ -338,6 +339,7 @@ void HidReaderBase::start()
         emit finished();
         return;
     }
+    m_input.attach(m_deviceHandle, m_info.path);
     m_decoder.reset(CreateHidDecoder(m_info, m_deviceHandle));
     if (!m_decoder) {
         HID_LOG(log::Error) << "HID READER Failed to create decoder";
@@ -358,6 +360,11 @@ void HidReaderBase::start()
         QMetaObject::invokeMethod(this, &HidReaderBase::resumeCallState, Qt::QueuedConnection);
 }
 
+void HidReaderBase::wakeUp()
+{
+    m_input.wake();
+}
+
 void HidReaderBase::stop()
 {
     HID_LOG(log::Trace) << "stop";
@@ -366,7 +373,9 @@ void HidReaderBase::stop()
 void HidReaderBase::onHIDEventTimeout()
 {
     InputBuf buffer(ReadBufferSize, 0);
-    int n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), FirstReadTimeoutMs);
+    // A call state queued meanwhile cuts this wait short (wakeUp), and is handled as soon as
+    // control is back in the event loop.
+    int n = m_input.read(buffer.data(), buffer.size(), FirstReadTimeoutMs);
     if (n < 0) {
         // A signal that interrupts the wait fails one read too; a headset that is gone (its
         // node removed, its plug pulled) fails the next one as well, at once.

@@ -4,6 +4,7 @@
 
 #include "hiddecoderbase.h"
 #include "hiddeviceinfo.h"
+#include "platform/inputwait.h"
 #include "qvhid_export.h"
 
 #include <QObject>
@@ -63,6 +64,9 @@ public:
     /// Makes the reader, once it has entered Initial, go straight on to `state` and write that
     /// state's command: for a headset plugged in again during a call. Call before start().
     void resumeCall(CallState state);
+    /// Cuts the reader's wait for input short, so that a call state queued to it is handled at
+    /// once; from any thread.
+    void wakeUp();
 
 signals:
     void click();
@@ -112,6 +116,7 @@ protected:
 
     HidDeviceInfo m_info;
     hid_device *m_deviceHandle = nullptr;
+    InputWait m_input; // the wait for input between ticks
     QTimer *m_readTimer = nullptr;
     std::unique_ptr<HidDecoderBase> m_decoder;
     QStateMachine *m_stateMachine = nullptr;
