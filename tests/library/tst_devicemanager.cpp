@@ -60,6 +60,7 @@ private slots:
     void sameNameAfterTheReaderGaveUpDoesNotRetry();
     void initHidDevicesHandsTheTextToTheDictionary();
     void destroyingTheManagerEndsTheBinding();
+    void everyCallStateCutsTheReadersWaitShort();
 };
 
 void TestDeviceManager::declaredSignalsAndSlots()
@@ -279,6 +280,33 @@ void TestDeviceManager::destroyingTheManagerEndsTheBinding()
     QCOMPARE(logger.texts().count(QStringLiteral("~ReaderThread")), 1);
     QCOMPARE(logger.texts().count(QStringLiteral("~HidReaderBase")), 1);
     QCOMPARE(headset.openHandles(), 0);
+}
+
+void TestDeviceManager::everyCallStateCutsTheReadersWaitShort()
+{
+    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
+    HidDeviceManager manager;
+    BindingEvents events;
+    events.watch(&manager);
+    manager.onActiveAudioDeviceChanged(Endpoint20);
+    QTRY_COMPARE(events.since(2), QStringList{"state:Initial"});
+    QTRY_COMPARE(writtenHex(headset), QStringList{"0200"});
+    const unsigned long before = headset.counters().interruptedWaits;
+
+    // Each report is queued to the reader, which then waits for input no longer: the wait in
+    // progress, or the next one, is cut short once per report.
+    const QList<QPair<void (HidDeviceManager::*)(), QString>> calls = {
+        {&HidDeviceManager::onCallIncome, "Incoming call"}, {&HidDeviceManager::onCallUnmuted, "Talk"},
+        {&HidDeviceManager::onCallMuted, "Talk muted"},     {&HidDeviceManager::onCallHold, "Hold"},
+        {&HidDeviceManager::onCallEnd, "Initial"},
+    };
+    for (const auto &call : calls) {
+        const int seen = events.size();
+        (manager.*call.first)();
+        QTRY_COMPARE(events.since(seen), QStringList{"state:" + call.second});
+    }
+    QTRY_COMPARE(headset.counters().interruptedWaits, before + calls.size());
+    QCOMPARE(writtenHex(headset), (QStringList{"0200", "0222", "0221", "0225", "0229", "0200"}));
 }
 
 QTEST_GUILESS_MAIN(TestDeviceManager)

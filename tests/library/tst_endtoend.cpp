@@ -65,6 +65,7 @@ private slots:
     void bindsTheHeadsetOfTheAudioDevice();
     void wholeCallReachesTheHeadset_data();
     void wholeCallReachesTheHeadset();
+    void callStatesQueuedTogetherComeOutInOrderOnALongDelayModel();
     void headsetPressesArriveAsGestures();
     void modelThatAnswersEmptyReportsWithAClick();
     void switchingAudioDeviceRebinds();
@@ -203,6 +204,29 @@ void TestEndToEnd::wholeCallReachesTheHeadset()
     QTRY_COMPARE(events.since(3), WholeCallStates);
     QTest::qWait(50);
     QCOMPARE(events.since(3), WholeCallStates); // ended on hold and muted: the state is kept
+}
+
+void TestEndToEnd::callStatesQueuedTogetherComeOutInOrderOnALongDelayModel()
+{
+    // A model that drains what the headset sends after each command (up to 700 ms) and holds in
+    // three steps: each state's reports come whole and in order, though all are queued at once.
+    addEveryModel();
+    TestHeadset headset = deviceOf("telephony-headset");
+    manager().InitHidDevices(QStringLiteral(R"({
+        "configurations": { "Slow": { "longDelay": true, "cmdHold": [ [], ["HOOK", "HOLD"], ["HOLD"] ] } },
+        "devices": [ { "vid": "0x0B0E", "pid": "0x030D", "configuration": "Slow" } ] })"));
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QTRY_COMPARE(events.size(), 3);
+    QTRY_COMPARE(headset.written(), QStringList{"0200"});
+
+    reportWholeCall();
+    QTRY_COMPARE_WITH_TIMEOUT(
+        headset.written(),
+        (QStringList{"0200", "0222", "0221", "0225", "0221", "0200", "0209", "0208", "022d", "0200"}),
+        15000 * timingScale());
+    QTRY_COMPARE(events.since(3), WholeCallStates);
 }
 
 void TestEndToEnd::headsetPressesArriveAsGestures()
