@@ -13,6 +13,9 @@
 #include <virtualmodels.h>
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QStringList>
@@ -40,7 +43,16 @@ struct Options
     int bindings = 50;
     int replugs = 50;
     int idleSeconds = 60;
+    QString json;           // where to write the figures as one JSON object, if anywhere
+    double parseMbPerSecond = -1; // measured elsewhere (bench_functions); passed on into the JSON
 };
+
+// The figures the JSON object holds, by key (milliseconds unless the key says otherwise).
+QJsonObject &figures()
+{
+    static QJsonObject all;
+    return all;
+}
 
 Options parseOptions(const QStringList &arguments)
 {
@@ -48,6 +60,14 @@ Options parseOptions(const QStringList &arguments)
     for (int i = 1; i + 1 < arguments.size(); i += 2) {
         const QString &name = arguments[i];
         const int value = arguments[i + 1].toInt();
+        if (name == QLatin1String("--json")) {
+            options.json = arguments[i + 1];
+            continue;
+        }
+        if (name == QLatin1String("--parse-mb-s")) {
+            options.parseMbPerSecond = arguments[i + 1].toDouble();
+            continue;
+        }
         if (name == QLatin1String("--presses"))
             options.presses = value;
         else if (name == QLatin1String("--calls"))
@@ -69,15 +89,28 @@ double milliseconds(Clock::duration duration)
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
+double quantile(std::vector<double> samples, double which)
+{
+    if (samples.empty())
+        return -1;
+    std::sort(samples.begin(), samples.end());
+    return samples[std::min(samples.size() - 1, static_cast<std::size_t>(which * double(samples.size())))];
+}
+
+// Keeps the median and the 99th percentile of the samples as `<key>_p50_ms` and `<key>_p99_ms`.
+void recordQuantiles(const QString &key, const std::vector<double> &samples)
+{
+    figures().insert(key + QLatin1String("_p50_ms"), quantile(samples, 0.5));
+    figures().insert(key + QLatin1String("_p99_ms"), quantile(samples, 0.99));
+}
+
 // Median, 99th percentile and maximum of samples in milliseconds, as table cells.
 QString distribution(std::vector<double> samples)
 {
     if (samples.empty())
         return QStringLiteral("| - | - | - |");
     std::sort(samples.begin(), samples.end());
-    const auto at = [&samples](double quantile) {
-        return samples[std::min(samples.size() - 1, static_cast<std::size_t>(quantile * double(samples.size())))];
-    };
+    const auto at = [&samples](double which) { return quantile(samples, which); };
     return QStringLiteral("| %1 | %2 | %3 |")
         .arg(at(0.5), 0, 'f', 2)
         .arg(at(0.99), 0, 'f', 2)
@@ -183,6 +216,7 @@ void gestureLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &
         samples.push_back(milliseconds(reports.lastMute - readable));
     }
     row(QStringLiteral("Gesture: report readable to `clickMute`"), int(samples.size()), distribution(samples));
+    recordQuantiles(QStringLiteral("gesture"), samples);
     (void)manager;
 }
 
@@ -213,6 +247,8 @@ void callStateLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice
         distribution(toWrite));
     row(QStringLiteral("Call state: `onCallIncome` to `deviceStateEntered`"), int(toState.size()),
         distribution(toState));
+    recordQuantiles(QStringLiteral("callstate_write"), toWrite);
+    recordQuantiles(QStringLiteral("callstate_entered"), toState);
 }
 
 // onActiveAudioDeviceChanged to deviceShow, with `others` more interfaces enumerated.
@@ -240,6 +276,7 @@ void bindingTime(HidDeviceManager &manager, Reports &reports, int others, int bi
         device.remove();
     row(QStringLiteral("Binding: `onActiveAudioDeviceChanged` to `deviceShow`, %1 interface(s)").arg(others + 1),
         int(samples.size()), distribution(samples));
+    figures().insert(QStringLiteral("bind_%1_ms").arg(others + 1), quantile(samples, 0.5));
 }
 
 // The plug pulled, to deviceHide; the headset plugged in again, to the state of the call (a
@@ -280,8 +317,9 @@ double processCpuSeconds()
     return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
 }
 
-// CPU time of the whole process while the application's event loop idles for `seconds`.
-void idleCost(const QString &what, int seconds)
+// CPU time of the whole process while the application's event loop idles for `seconds`; the
+// share of one core it took is kept under `key`, if one is given.
+void idleCost(const QString &what, int seconds, const QString &key = QString())
 {
     const double cpuBefore = processCpuSeconds();
     const Clock::time_point before = Clock::now();
@@ -289,6 +327,8 @@ void idleCost(const QString &what, int seconds)
     const double cpu = processCpuSeconds() - cpuBefore;
     const double wall = std::chrono::duration<double>(Clock::now() - before).count();
     std::printf("| %s | %d | %.1f | %.3f %% |\n", qPrintable(what), seconds, cpu * 1000.0, 100.0 * cpu / wall);
+    if (!key.isEmpty())
+        figures().insert(key, 100.0 * cpu / wall);
     std::fflush(stdout);
 }
 
@@ -324,14 +364,26 @@ int main(int argc, char *argv[])
         return 1;
     pause(1000); // let the binding settle
     std::printf("\n| Idle binding | Seconds | Process CPU ms | Share of one core |\n|---|---|---|---|\n");
-    idleCost(QStringLiteral("bound to a quiet headset"), options.idleSeconds);
+    idleCost(QStringLiteral("bound to a quiet headset"), options.idleSeconds, QStringLiteral("idle_bound_core_percent"));
     nodes.unplug(headset);
     pause(1000);
-    idleCost(QStringLiteral("headset unplugged, waiting for it"), options.idleSeconds);
+    idleCost(QStringLiteral("headset unplugged, waiting for it"), options.idleSeconds,
+             QStringLiteral("idle_unplugged_core_percent"));
     manager.onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (Office Headset 99)"));
     pause(1000);
     idleCost(QStringLiteral("waiting for a headset that never comes"), options.idleSeconds);
     manager.onActiveAudioDeviceChanged(QString());
     nodes.removeAll();
+
+    if (!options.json.isEmpty()) {
+        if (options.parseMbPerSecond >= 0)
+            figures().insert(QStringLiteral("parse_mb_s"), options.parseMbPerSecond);
+        QFile file(options.json);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+            std::fprintf(stderr, "cannot write %s\n", qPrintable(options.json));
+            return 1;
+        }
+        file.write(QJsonDocument(figures()).toJson(QJsonDocument::Indented));
+    }
     return 0;
 }

@@ -4,18 +4,22 @@
 # then the live harness over a virtual headset (gesture and call-state latency, binding time,
 # idle cost). Prints the tables and writes them to build-bench/performance.md.
 #
-#   scripts/bench.sh            # the full run, about four minutes
-#   scripts/bench.sh --quick    # fewer samples and 5 idle seconds, to try it out
+#   scripts/bench.sh                # the full run, about five minutes
+#   scripts/bench.sh --quick        # fewer samples and 5 idle seconds: under two minutes
+#   scripts/bench.sh --json FILE    # also write the figures as one JSON object to FILE
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-live=(--presses 1000 --calls 100 --bindings 50 --replugs 200 --idle-seconds 60)
+live=(--presses 1000 --calls 250 --bindings 50 --replugs 200 --idle-seconds 60)
 repetitions=5
-case "${1:-}" in
-    --quick) live=(--presses 100 --calls 10 --bindings 5 --replugs 10 --idle-seconds 5); repetitions=1 ;;
-    "") ;;
-    *) echo "unknown argument: $1" >&2; exit 2 ;;
-esac
+json=""
+while [ $# -gt 0 ]; do
+    case "$1" in
+        --quick) live=(--presses 100 --calls 20 --bindings 5 --replugs 10 --idle-seconds 5); repetitions=1; shift ;;
+        --json) json=$(realpath -m "$2"); shift 2 ;;
+        *) echo "unknown argument: $1" >&2; exit 2 ;;
+    esac
+done
 
 bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev
 
@@ -33,7 +37,7 @@ out=$build/performance.md
     echo "|---|---|---|"
     # Medians of the repetitions (the only row when there is one), from the CSV report.
     "$build/bench/bench_functions" --benchmark_format=csv --benchmark_repetitions="$repetitions" \
-        --benchmark_min_time=0.2 2>/dev/null \
+        --benchmark_min_time=0.2 2>/dev/null | tee "$build/functions.csv" \
         | awk -F, -v reps="$repetitions" '
             NR == 1 { next }
             { name = $1; gsub(/"/, "", name) }
@@ -44,6 +48,10 @@ out=$build/performance.md
                 printf "| %s | %.1f | %s |\n", name, $4, rate
             }'
     echo
-    "$build/bench/bench_live" "${live[@]}"
+    # The report-parser library's descriptor parsing, in MB/s (median), for the JSON object.
+    parse=$(awk -F, -v reps="$repetitions" '{ name = $1; gsub(/"/, "", name) }
+        name == (reps > 1 ? "BM_LibraryParseDescriptor_median" : "BM_LibraryParseDescriptor") { printf "%.1f", $6 / 1e6 }' \
+        "$build/functions.csv")
+    "$build/bench/bench_live" "${live[@]}" ${json:+--json "$json" --parse-mb-s "$parse"}
 } | tee "$out"
-echo "written to $out" >&2
+echo "written to $out${json:+ and $json}" >&2
