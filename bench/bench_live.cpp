@@ -43,7 +43,7 @@ struct Options
     int bindings = 50;
     int replugs = 50;
     int idleSeconds = 60;
-    QString json;           // where to write the figures as one JSON object, if anywhere
+    QString json;                 // where to write the figures as one JSON object, if anywhere
     double parseMbPerSecond = -1; // measured elsewhere (bench_functions); passed on into the JSON
 };
 
@@ -364,7 +364,8 @@ int main(int argc, char *argv[])
         return 1;
     pause(1000); // let the binding settle
     std::printf("\n| Idle binding | Seconds | Process CPU ms | Share of one core |\n|---|---|---|---|\n");
-    idleCost(QStringLiteral("bound to a quiet headset"), options.idleSeconds, QStringLiteral("idle_bound_core_percent"));
+    idleCost(QStringLiteral("bound to a quiet headset"), options.idleSeconds,
+             QStringLiteral("idle_bound_core_percent"));
     nodes.unplug(headset);
     pause(1000);
     idleCost(QStringLiteral("headset unplugged, waiting for it"), options.idleSeconds,
