@@ -59,7 +59,7 @@ QMap<QString, Outcome> expectedOutcomes()
 }
 
 // The lamps lit in each state of the standard configuration.
-const QList<QPair<QString, QStringList>> LampsOfEachState = {
+const QMap<QString, QStringList> LampsOfEachState = {
     {"Incoming call", {"Ring", "On-Line"}},
     {"Talk", {"Off-Hook", "On-Line"}},
     {"Talk muted", {"Off-Hook", "Mute", "On-Line"}},
@@ -67,6 +67,12 @@ const QList<QPair<QString, QStringList>> LampsOfEachState = {
     {"Hold muted", {"Off-Hook", "Mute", "Hold", "On-Line"}},
     {"Initial", {}},
 };
+
+QStringList sorted(QStringList list)
+{
+    std::sort(list.begin(), list.end());
+    return list;
+}
 
 } // namespace
 
@@ -194,13 +200,10 @@ void TestRealHeadsets::wholeCallWithTheStandardFallback()
     QStringList gestures;
     QStringList lamps = headset.lamps.keys();
 
-    // Each state of the call, and the lamps it lights that the headset has.
-    const auto checkLamps = [&](const QString &state) {
-        QStringList wanted;
-        for (const auto &entry : LampsOfEachState) {
-            if (entry.first == state)
-                wanted = entry.second;
-        }
+    // Enters each state of the call, and looks at the lamps it lights that the headset has.
+    const auto enterAndCheckLamps = [&](void (HidDeviceManager::*report)(), const QString &state) {
+        enterState(report, state);
+        const QStringList wanted = LampsOfEachState.value(state);
         QStringList wantedHere;
         for (const QString &lamp : headset.lamps.keys()) {
             if (wanted.contains(lamp))
@@ -215,29 +218,23 @@ void TestRealHeadsets::wholeCallWithTheStandardFallback()
                 lamps.removeAll(lamp);
         }
     };
+    // Presses the button, if the headset has it; it works when it gives its gesture.
+    const auto tryButton = [&](const char *button, const char *gesture) {
+        if (headset.hasButton(button) && gestureOf(button) == QLatin1String(gesture))
+            gestures << QString::fromLatin1(button);
+    };
 
-    enterState(&HidDeviceManager::onCallIncome, QStringLiteral("Incoming call"));
-    checkLamps(QStringLiteral("Incoming call"));
-    if (headset.hasButton("reject") && gestureOf("reject") == QLatin1String("reject"))
-        gestures << QStringLiteral("reject");
-    if (headset.hasButton("answer") && gestureOf("answer") == QLatin1String("click"))
-        gestures << QStringLiteral("answer");
-    enterState(&HidDeviceManager::onCallUnmuted, QStringLiteral("Talk"));
-    checkLamps(QStringLiteral("Talk"));
-    if (headset.hasButton("mute") && gestureOf("mute") == QLatin1String("mute"))
-        gestures << QStringLiteral("mute");
-    enterState(&HidDeviceManager::onCallMuted, QStringLiteral("Talk muted"));
-    checkLamps(QStringLiteral("Talk muted"));
-    enterState(&HidDeviceManager::onCallHold, QStringLiteral("Hold"));
-    checkLamps(QStringLiteral("Hold"));
-    enterState(&HidDeviceManager::onCallHoldMuted, QStringLiteral("Hold muted"));
-    checkLamps(QStringLiteral("Hold muted"));
-    enterState(&HidDeviceManager::onCallUnmuted, QStringLiteral("Talk"));
-    checkLamps(QStringLiteral("Talk"));
-    if (headset.hasButton("hangup") && gestureOf("hangup") == QLatin1String("click"))
-        gestures << QStringLiteral("hangup");
-    enterState(&HidDeviceManager::onCallEnd, QStringLiteral("Initial"));
-    checkLamps(QStringLiteral("Initial"));
+    enterAndCheckLamps(&HidDeviceManager::onCallIncome, QStringLiteral("Incoming call"));
+    tryButton("reject", "reject");
+    tryButton("answer", "click");
+    enterAndCheckLamps(&HidDeviceManager::onCallUnmuted, QStringLiteral("Talk"));
+    tryButton("mute", "mute");
+    enterAndCheckLamps(&HidDeviceManager::onCallMuted, QStringLiteral("Talk muted"));
+    enterAndCheckLamps(&HidDeviceManager::onCallHold, QStringLiteral("Hold"));
+    enterAndCheckLamps(&HidDeviceManager::onCallHoldMuted, QStringLiteral("Hold muted"));
+    enterAndCheckLamps(&HidDeviceManager::onCallUnmuted, QStringLiteral("Talk"));
+    tryButton("hangup", "click");
+    enterAndCheckLamps(&HidDeviceManager::onCallEnd, QStringLiteral("Initial"));
     // Buttons that are no call control give nothing.
     for (const hid::virt::Button &button : headset.description.buttons) {
         if (!AllGestures.contains(QString::fromStdString(button.name)) && button.name != "flash")
@@ -246,15 +243,9 @@ void TestRealHeadsets::wholeCallWithTheStandardFallback()
 
     qInfo("%s: gestures %s; lamps %s", qPrintable(model), qPrintable(gestures.join(QLatin1String(", "))),
           qPrintable(lamps.join(QLatin1String(", "))));
-    std::sort(gestures.begin(), gestures.end());
-    QStringList expectedGestures = expected.gestures;
-    std::sort(expectedGestures.begin(), expectedGestures.end());
-    QCOMPARE(gestures, expectedGestures);
+    QCOMPARE(sorted(gestures), sorted(expected.gestures));
     lamps.removeAll(QStringLiteral("Microphone")); // the standard configuration never lights it
-    std::sort(lamps.begin(), lamps.end());
-    QStringList expectedLamps = expected.lamps;
-    std::sort(expectedLamps.begin(), expectedLamps.end());
-    QCOMPARE(lamps, expectedLamps);
+    QCOMPARE(sorted(lamps), sorted(expected.lamps));
 }
 
 void TestRealHeadsets::unboundHeadsetsSayWhy_data()

@@ -47,12 +47,11 @@ struct RealHeadset
     }
 };
 
+// "05 0b 09 05": the blanks between the pairs are skipped.
 inline hid::virt::Bytes bytesOfHex(const QString &text)
 {
-    hid::virt::Bytes bytes;
-    for (const QString &pair : text.split(QLatin1Char(' '), Qt::SkipEmptyParts))
-        bytes.push_back(static_cast<unsigned char>(pair.toUInt(nullptr, 16)));
-    return bytes;
+    const QByteArray bytes = QByteArray::fromHex(text.toLatin1());
+    return hid::virt::Bytes(bytes.begin(), bytes.end());
 }
 
 inline QByteArray readTestData(const QString &name)

@@ -72,6 +72,16 @@ bool loadDictionary(const QString &command, const QString &file, QString &text)
     return false;
 }
 
+bool loadDictionary(const QString &command, const QCommandLineParser &parser, const QCommandLineOption &dictionary,
+                    const QCommandLineOption &fallback, QString &text)
+{
+    if (!loadDictionary(command, parser.value(dictionary), text))
+        return false;
+    if (parser.isSet(fallback))
+        text = withFallback(text, parser.value(fallback));
+    return true;
+}
+
 const hid::virt::Model *findVirtualModel(const QString &command, const QString &name)
 {
     const hid::virt::Model *model = hid::virt::findModel(name.toStdString());

@@ -39,6 +39,10 @@ QCommandLineOption fallbackOption();
 // The text of the dictionary in `file` (the built-in one when empty); false, after telling the
 // user of `command`, when it cannot be read.
 bool loadDictionary(const QString &command, const QString &file, QString &text);
+// The same for a command that binds: the dictionary of the `dictionary` option, named by the
+// `fallback` option as its "fallbackConfiguration" when that is given.
+bool loadDictionary(const QString &command, const QCommandLineParser &parser, const QCommandLineOption &dictionary,
+                    const QCommandLineOption &fallback, QString &text);
 
 // The ready virtual headset `name`; null, after telling the user of `command`, when there is none.
 const hid::virt::Model *findVirtualModel(const QString &command, const QString &name);

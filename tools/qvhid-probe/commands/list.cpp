@@ -319,10 +319,8 @@ int runList(const QStringList &arguments)
     }
 
     QString text;
-    if (!loadDictionary(QStringLiteral("list"), parser.value(dictionary), text))
+    if (!loadDictionary(QStringLiteral("list"), parser, dictionary, fallback, text))
         return UsageError;
-    if (parser.isSet(fallback))
-        text = withFallback(text, parser.value(fallback));
     std::vector<hid::virt::VirtualDevice> virtualDevices;
     if (!plugVirtualModels(QStringLiteral("list"), parser.values(virtualOption), virtualDevices))
         return UsageError;

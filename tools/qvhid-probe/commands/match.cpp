@@ -97,10 +97,8 @@ int runMatch(const QStringList &arguments)
     }
 
     QString text;
-    if (!loadDictionary(QStringLiteral("match"), parser.value(dictionary), text))
+    if (!loadDictionary(QStringLiteral("match"), parser, dictionary, fallback, text))
         return UsageError;
-    if (parser.isSet(fallback))
-        text = withFallback(text, parser.value(fallback));
     std::vector<hid::virt::VirtualDevice> virtualDevices;
     if (!plugVirtualModels(QStringLiteral("match"), parser.values(virtualOption), virtualDevices))
         return UsageError;

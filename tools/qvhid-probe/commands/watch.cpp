@@ -3,7 +3,6 @@
 // the application hears from it, while call states typed on standard input go to the headset.
 
 #include "command.h"
-#include "dictionary.h"
 
 #include <hiddevice.h>
 #include <hiddevicemanager.h>
@@ -284,10 +283,8 @@ int runWatch(const QStringList &arguments)
         common::logger::SetLogger(&qtLogger);
     if (parser.isSet(dictionary) || parser.isSet(fallback)) {
         QString text;
-        if (!loadDictionary(QStringLiteral("watch"), parser.value(dictionary), text))
+        if (!loadDictionary(QStringLiteral("watch"), parser, dictionary, fallback, text))
             return UsageError;
-        if (parser.isSet(fallback))
-            text = withFallback(text, parser.value(fallback));
         HidDeviceManager::Instance().InitHidDevices(text);
     }
     int result = Failure;

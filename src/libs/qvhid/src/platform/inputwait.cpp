@@ -78,11 +78,6 @@ void InputWait::detach()
     m_interrupt = nullptr;
 }
 
-bool InputWait::canBeWoken() const
-{
-    return m_nodeFd >= 0 || m_interrupt;
-}
-
 int InputWait::read(unsigned char *data, std::size_t length, int milliseconds)
 {
     if (m_nodeFd >= 0)

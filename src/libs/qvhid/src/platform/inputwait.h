@@ -43,9 +43,6 @@ public:
     /// Cuts the wait in progress, or the next one, short. Any thread.
     void wake();
 
-    /// Whether wake() can cut a wait short for the attached device.
-    bool canBeWoken() const;
-
 private:
     int pollNode(unsigned char *data, std::size_t length, int milliseconds);
 
