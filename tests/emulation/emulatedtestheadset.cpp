@@ -150,3 +150,8 @@ unsigned long TestHeadset::opens() const
 {
     return system().server().opens(m_id);
 }
+
+unsigned long TestHeadset::inputWaits() const
+{
+    return system().server().inputWaits(m_id);
+}

@@ -54,6 +54,7 @@ struct HidrawServer::Device
     hid::virt::DeviceDescription description;
     bool plugged = true;
     unsigned long opens = 0;
+    unsigned long inputWaits = 0;
     std::vector<Bytes> written;
     std::map<unsigned char, Bytes> features;
 };
@@ -62,6 +63,7 @@ struct HidrawServer::OpenFile
 {
     int device = 0;
     bool dead = false; // opened before an unplug
+    bool readOnly = false;
     std::deque<Bytes> queue;
     fuse_pollhandle *poll = nullptr;
     fuse_req_t pendingRead = nullptr;
@@ -213,6 +215,13 @@ unsigned long HidrawServer::opens(int number) const
     return found == m_devices.end() ? 0 : found->second->opens;
 }
 
+unsigned long HidrawServer::inputWaits(int number) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_devices.find(number);
+    return found == m_devices.end() ? 0 : found->second->inputWaits;
+}
+
 // Hands a waiting read its report (or its error) and tells a waiting poll that something changed.
 void HidrawServer::wakeLocked(OpenFile &file)
 {
@@ -291,6 +300,7 @@ void HidrawServer::onOpen(fuse_req_t request, fuse_ino_t inode, fuse_file_info *
     }
     auto file = std::make_unique<OpenFile>();
     file->device = device->number;
+    file->readOnly = (info->flags & O_ACCMODE) == O_RDONLY;
     ++device->opens;
     info->fh = server.m_nextFile++;
     info->direct_io = 1; // every read and write reaches the server with its own size
@@ -464,6 +474,11 @@ void HidrawServer::onPoll(fuse_req_t request, fuse_ino_t, fuse_file_info *info, 
         return;
     }
     OpenFile &file = *found->second;
+    if (file.readOnly) {
+        const auto device = server.m_devices.find(file.device);
+        if (device != server.m_devices.end())
+            ++device->second->inputWaits;
+    }
     if (handle) {
         if (file.poll)
             fuse_pollhandle_destroy(file.poll);

@@ -58,6 +58,9 @@ public:
     void clearWritten(int number);
     int openFiles(int number) const;
     unsigned long opens(int number) const; // successful opens so far
+    // Polls of a file opened read-only: a binding's reader waits for input on such a file of
+    // its own, and polls it only then (not while reading back answers to what it wrote).
+    unsigned long inputWaits(int number) const;
 
 private:
     struct Device;

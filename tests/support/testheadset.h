@@ -6,11 +6,14 @@
 // virtual headset behind the virtual hidapi (virtualtestheadset.cpp), or an emulated hidraw
 // device behind the system's own hidapi and libudev (emulation/emulatedtestheadset.cpp).
 
+#include "timingscale.h"
+
 #include <platform/systemview.h>
 #include <virtualhid.h>
 
 #include <QString>
 #include <QStringList>
+#include <QTest>
 
 #include <string>
 
@@ -47,6 +50,16 @@ public:
     // hidraw node also the reader's own file, on which it waits for input.
     static int filesPerBinding();
     unsigned long opens() const; // successful opens so far
+    // How often a reader began to wait for input on the headset (not a read-back of answers).
+    unsigned long inputWaits() const;
+    // Waits until a binding's reader next begins to wait for input: it has written the lamps
+    // of the state just entered and read back the headset's answers, so that a press now is
+    // taken as a press, not as an answer. False when no reader does so in time.
+    bool waitForListeningReader() const
+    {
+        const unsigned long before = inputWaits();
+        return QTest::qWaitFor([&] { return inputWaits() != before; }, 5000 * timingScale());
+    }
 
 private:
     explicit TestHeadset(int id)

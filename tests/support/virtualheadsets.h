@@ -4,6 +4,8 @@
 
 // The ready virtual headsets and the built-in dictionary's codes, as the tests take them.
 
+#include "timingscale.h"
+
 #include <hiddeviceinfo.h>
 #include <virtualhid.h>
 #include <virtualmodels.h>
@@ -12,6 +14,8 @@
 #include <QString>
 #include <QStringList>
 #include <QtGlobal>
+
+#include <chrono>
 
 // Interface `index` of a ready model, without its path, so that each device added from it gets
 // a path of its own.
@@ -31,6 +35,13 @@ inline hid::HidCode dictionaryCode(unsigned short vid, unsigned short pid)
     const hid::HidCode code = hid::HidDeviceDict::getHidCode(vid, pid, isExplicit);
     Q_ASSERT(isExplicit);
     return code;
+}
+
+// Waits until a binding's reader listens for input on `device` again: the lamps of the state
+// just entered written and the headset's answers read back, so that a press now is taken as one.
+inline bool listening(const hid::virt::VirtualDevice &device)
+{
+    return device.waitForListeningReader(std::chrono::milliseconds(5000 * timingScale()));
 }
 
 // Report bytes as lowercase hex without blanks: "0222".

@@ -113,3 +113,8 @@ unsigned long TestHeadset::opens() const
 {
     return deviceOf(m_id).counters().opens;
 }
+
+unsigned long TestHeadset::inputWaits() const
+{
+    return deviceOf(m_id).counters().inputWaits;
+}

@@ -4,6 +4,9 @@
 
 #include "virtualregistry.h"
 
+#include <chrono>
+#include <thread>
+
 namespace hid::virt {
 
 VirtualDevice VirtualDevice::add(const DeviceDescription &description)
@@ -89,6 +92,18 @@ Counters VirtualDevice::counters() const
 int VirtualDevice::openHandles() const
 {
     return Registry::instance().openHandles(m_id);
+}
+
+bool VirtualDevice::waitForListeningReader(std::chrono::milliseconds timeout) const
+{
+    const unsigned long before = counters().inputWaits;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (counters().inputWaits == before) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
 void removeAllDevices()

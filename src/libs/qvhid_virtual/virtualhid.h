@@ -84,6 +84,7 @@ struct Counters
     unsigned long writes = 0;           ///< write calls, also those that fail
     unsigned long interruptedReads = 0; ///< reads failed by Faults::nextReadFails
     unsigned long interruptedWaits = 0; ///< interruptible reads that hid_interrupt() cut short
+    unsigned long inputWaits = 0;       ///< interruptible reads begun: a reader waiting for input
 };
 
 /// Failures to inject; all off by default.
@@ -138,6 +139,10 @@ public:
     void setFaults(const Faults &faults);
     Counters counters() const;
     int openHandles() const;
+    /// Waits until a reader next begins to wait for input on the device (an interruptible
+    /// read): a binding that has written its lamps and read back the headset's answers listens
+    /// again, so that a press now is taken as a press. False when none does within `timeout`.
+    bool waitForListeningReader(std::chrono::milliseconds timeout) const;
 
 private:
     explicit VirtualDevice(int id)

@@ -401,6 +401,8 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
     if (!handle)
         return -1;
     ++handle->device->counters.reads;
+    if (interruptible)
+        ++handle->device->counters.inputWaits;
     if (handle->device->faults.nextReadFails) {
         handle->device->faults.nextReadFails = false;
         ++handle->device->counters.interruptedReads;
