@@ -8,6 +8,7 @@
 #include "desk.h"
 #include "emulatedsystem.h"
 #include "proberun.h"
+#include "timingscale.h"
 
 #include <hiddevice.h>
 #include <hiddevicemanager.h>
@@ -73,7 +74,7 @@ private:
         return QStringLiteral("/dev/hidraw%1").arg(numberOf(device, interface));
     }
     int openFilesOnTheDesk();
-    void press(const std::string &device, const char *button);
+    bool press(const std::string &device, const char *button);
 
     emulation::EmulatedSystem m_system;
     std::map<std::string, DeskDevice> m_devices;
@@ -126,12 +127,19 @@ int TestAudioDeviceBinding::openFilesOnTheDesk()
     return open;
 }
 
-void TestAudioDeviceBinding::press(const std::string &device, const char *button)
+// Presses as the headset's user does: once the bound reader listens for input (the lamps of
+// the state just entered written, the headset's answers read back). False if none listens.
+bool TestAudioDeviceBinding::press(const std::string &device, const char *button)
 {
+    const unsigned long before = m_system.server().inputWaits(numberOf(device));
+    if (!QTest::qWaitFor([&] { return m_system.server().inputWaits(numberOf(device)) != before; },
+                         5000 * timingScale()))
+        return false;
     for (const hid::virt::Button &candidate : m_devices.at(device).interfaces.front().buttons) {
         if (candidate.name == button)
             m_system.server().inject(numberOf(device), candidate.press);
     }
+    return true;
 }
 
 void TestAudioDeviceBinding::eachOfTwoIdenticalHeadsetsByItsOwnNames_data()
@@ -165,9 +173,9 @@ void TestAudioDeviceBinding::eachOfTwoIdenticalHeadsetsByItsOwnNames()
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
     QCOMPARE(m_system.server().openFiles(numberOf(device.toStdString())), FilesPerBinding);
     QCOMPARE(m_system.server().openFiles(numberOf(other.toStdString())), 0);
-    press(device.toStdString(), "answer");
+    QVERIFY(press(device.toStdString(), "answer"));
     QTRY_COMPARE(events.since(3), QStringList{"click"});
-    press(device.toStdString(), "hangup");
+    QVERIFY(press(device.toStdString(), "hangup"));
     QTRY_COMPARE(events.since(3), (QStringList{"click", "click"}));
 }
 
@@ -253,11 +261,11 @@ void TestAudioDeviceBinding::unlistedHeadsetIsBoundThroughTheFallback()
 
     manager().onCallIncome();
     QTRY_COMPARE(events.since(4), QStringList{"state:Incoming call"});
-    press("unlisted", "answer");
+    QVERIFY(press("unlisted", "answer"));
     QTRY_COMPARE(events.since(5), QStringList{"click"});
     manager().onCallUnmuted();
     QTRY_COMPARE(events.since(6), QStringList{"state:Talk"});
-    press("unlisted", "hangup");
+    QVERIFY(press("unlisted", "hangup"));
     QTRY_COMPARE(events.since(7), QStringList{"click"});
     manager().onCallEnd();
     QTRY_COMPARE(events.since(8), QStringList{"state:Initial"});

@@ -245,11 +245,14 @@ void TestEndToEnd::headsetPressesArriveAsGestures()
 
     manager().onCallIncome();
     QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    QVERIFY(headset.waitForListeningReader());
     headset.press("answer");
     QTRY_COMPARE(events.since(4), (QStringList{"click", "state:Talk"}));
+    QVERIFY(headset.waitForListeningReader());
     headset.press("mute");
     headset.release("mute");
     QTRY_COMPARE(events.since(6), (QStringList{"mute", "state:Talk muted"}));
+    QVERIFY(headset.waitForListeningReader());
     headset.press("drop");
     headset.release("drop");
     QTRY_COMPARE(events.since(8), (QStringList{"reject", "state:Initial"}));
@@ -270,6 +273,7 @@ void TestEndToEnd::modelThatAnswersEmptyReportsWithAClick()
     // nothing changed is a click on this model.
     manager().onCallIncome();
     QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    QVERIFY(headset.waitForListeningReader());
     headset.inject({0x00, 0x00});
     QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
 }
@@ -322,6 +326,7 @@ void TestEndToEnd::unplugMidCallAndReplugResumesTheCall()
     QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
     manager().onCallIncome();
     QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    QVERIFY(headset.waitForListeningReader());
     headset.press("answer");
     QTRY_COMPARE(events.since(4), QStringList{"click"});
     manager().onCallUnmuted();
@@ -342,6 +347,7 @@ void TestEndToEnd::unplugMidCallAndReplugResumesTheCall()
     // Lamps all off, then Off-Hook, Hold and On-Line: the call as the application left it.
     QTRY_COMPARE(replugged.written(), (QStringList{"0200", "0229"}));
     QCOMPARE(replugged.openHandles(), TestHeadset::filesPerBinding());
+    QVERIFY(replugged.waitForListeningReader());
     replugged.press("mute");
     replugged.release("mute");
     QTRY_COMPARE(events.since(10), QStringList{"mute"});
@@ -368,6 +374,7 @@ void TestEndToEnd::headsetPluggedInAfterTheApplicationChoseIt()
                               2000 * timingScale());
     QTRY_COMPARE(headset.written(), (QStringList{"0200", "0222"}));
     qInfo("bound and ringing %lld ms after the plug-in", static_cast<long long>(sincePlugIn.elapsed()));
+    QVERIFY(headset.waitForListeningReader());
     headset.press("answer");
     QTRY_COMPARE(events.since(4), QStringList{"click"});
 }
@@ -417,10 +424,12 @@ void TestEndToEnd::unlistedHeadsetIsBoundThroughTheFallback()
     // And its buttons: answer, mute, reject.
     manager().onCallIncome();
     QTRY_COMPARE(events.since(9), QStringList{"state:Incoming call"});
+    QVERIFY(headset.waitForListeningReader());
     headset.press("answer");
     QTRY_COMPARE(events.since(10), QStringList{"click"});
     manager().onCallUnmuted();
     QTRY_COMPARE(events.since(11), QStringList{"state:Talk"});
+    QVERIFY(headset.waitForListeningReader());
     headset.press("mute");
     headset.release("mute");
     QTRY_COMPARE(events.since(12), QStringList{"mute"});
@@ -445,9 +454,10 @@ void TestEndToEnd::headsetIsBoundOnItsCallControlInterface()
     QCOMPARE(consumer.opens(), 0ul);
     manager().onCallIncome();
     QTRY_COMPARE(telephony.written(), (QStringList{"0200", "0222"}));
-    // The state comes once the ring's read-back is over; a press before it would be read back
-    // as the headset's answer to the write.
+    // The state comes once the ring is written; a press before the read-back after it is over
+    // would be read back as the headset's answer to the write.
     QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    QVERIFY(telephony.waitForListeningReader());
     telephony.press("answer");
     QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
     QVERIFY(consumer.written().isEmpty());

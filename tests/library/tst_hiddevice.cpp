@@ -793,6 +793,7 @@ void TestHidDevice::unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn()
     QCOMPARE(writtenHex(rig.headset), (QStringList{"0200", "0221"}));
     QVERIFY(rig.logger.texts().contains(QStringLiteral("HID DEVICE Headset plugged in for ") + EndpointOfHeadset20));
     QCOMPARE(rig.headset.openHandles(), 1);
+    QVERIFY(listening(rig.headset));
     rig.headset.press("mute");
     rig.headset.release("mute");
     QTRY_COMPARE(rig.events.since(8), QStringList{"mute"});

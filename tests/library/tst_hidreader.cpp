@@ -200,6 +200,7 @@ private slots:
     void ringFromTalkUsesItsOwnCommand();
     void emptyHoldCommandsFallBack();
     void vendorPageModelWritesEveryStep();
+    void stateIsAnnouncedOnceItsLastReportIsWritten();
     void burstOfPressAndReleaseIsOneGesture();
     void firstRecognisedGestureWins();
     void emptyReportGivesTheModelsGesture();
@@ -374,6 +375,29 @@ void TestHidReader::emptyHoldCommandsFallBack()
                               "write:0225", "state:Hold muted"}));                             // cmdMute
 }
 
+void TestHidReader::stateIsAnnouncedOnceItsLastReportIsWritten()
+{
+    // The ring is two reports, each answered by the headset. The first report's answer is read
+    // back before the second is written; the state is announced once the second is written,
+    // and its answer is read back after that, before anything else runs. No answer is a press.
+    CapturingLogger logger;
+    const ReaderRig::Answer answered = [](const Bytes &) { return std::vector<Bytes>{{0x05, 0x00}}; };
+    ReaderRig rig(modelDescription("vendor-page-headset"), dictionaryCode(0x0B0E, 0xA346), QString(), answered);
+    QTRY_COMPARE(rig.timeline.size(), 3);
+    logger.clear();
+    rig.call("onCallIncome");
+    QTRY_COMPARE(rig.timeline.since(3), (QStringList{"write:0502", "write:0522", "state:Incoming call"}));
+    QVERIFY(listening(rig.device));
+    const QStringList texts =
+        logger.texts().filter(QRegularExpression(QStringLiteral("^(HID READER onCallIncome|State:)")));
+    QCOMPARE(texts,
+             (QStringList{"HID READER onCallIncome WRITED: [05 02 ]  result is 2",
+                          "HID READER onCallIncome READED: [05 00 ]",
+                          "HID READER onCallIncome WRITED: [05 22 ]  result is 2",
+                          "State: Incoming call headset state entered", "HID READER onCallIncome READED: [05 00 ]"}));
+    QCOMPARE(rig.timeline.since(3), (QStringList{"write:0502", "write:0522", "state:Incoming call"}));
+}
+
 void TestHidReader::vendorPageModelWritesEveryStep()
 {
     ReaderRig rig(modelDescription("vendor-page-headset"), dictionaryCode(0x0B0E, 0xA346));
@@ -535,6 +559,7 @@ void TestHidReader::hangUpAfterAnsweringFromTheApplication()
     rig.call("onCallIncome");
     rig.call("onCallUnmuted"); // answered in the application: Off-Hook written, hook answers on
     QTRY_COMPARE(rig.timeline.since(2), (QStringList{"write:22", "state:Incoming call", "write:21", "state:Talk"}));
+    QVERIFY(listening(rig.device));
     rig.device.press("hangup");
     QTRY_COMPARE(rig.timeline.since(6), QStringList{"click"});
 }

@@ -153,6 +153,8 @@ QStringList TestRealHeadsets::litLamps(const RealHeadset &headset) const
 
 QString TestRealHeadsets::gestureOf(const std::string &button)
 {
+    if (!m_headset.waitForListeningReader())
+        return QStringLiteral("(no reader listens)");
     const int before = m_events.size();
     m_headset.press(button);
     m_headset.release(button);

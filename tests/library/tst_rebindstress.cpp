@@ -69,11 +69,12 @@ void TestRebindStress::rebindsLeaveNothingBehind()
         lastState.clear();
         if (i % 50 == 49) {
             // Now and then a binding runs a whole call and reads a press: its reader must have
-            // entered Initial before it takes call states, and have finished writing (and
-            // reading back the answers) before a press is read as one.
+            // entered Initial before it takes call states, and listen for input again (the
+            // lamps written, the answers read back) before a press is read as one.
             QTRY_COMPARE_WITH_TIMEOUT(lastState, QStringLiteral("Initial"), 10000);
             reportCall();
             QTRY_COMPARE_WITH_TIMEOUT(lastState, QStringLiteral("Hold"), 10000);
+            QVERIFY(listening(bound));
             const int gesturesBefore = gestures;
             bound.press(button);
             bound.release(button);

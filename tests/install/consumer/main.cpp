@@ -117,6 +117,8 @@ const char *bindThroughTheManager()
     const std::vector<hid::virt::WrittenReport> written = device.writtenReports();
     if (written.size() != 2 || written[1].bytes != std::vector<unsigned char>{0x02, 0x22})
         return "headset not ringing";
+    if (!device.waitForListeningReader(std::chrono::seconds(5)))
+        return "headset not read after ringing";
     device.press("answer");
     if (!waitFor([&] { return clicks == 1; }))
         return "answer button not received";

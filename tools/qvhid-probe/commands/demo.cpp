@@ -18,6 +18,7 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -227,6 +228,8 @@ private:
     void press(const char *button)
     {
         VirtualDevice &device = m_devices[std::size_t(m_bound)];
+        // As a hand would: once the binding listens (the lamps written, the answers read back).
+        device.waitForListeningReader(std::chrono::seconds(2));
         device.press(button);
         device.release(button);
     }

@@ -15,6 +15,7 @@
 #include <QTime>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <unistd.h>
@@ -29,6 +30,8 @@ using qv::hid::HidDeviceManager;
 // How long commands wait after a binding for the headset's reader to take its first state.
 // Call states reported before it would not reach the headset.
 constexpr int SettleTimeoutMs = 3000;
+// How long a press on a virtual headset waits for the bound reader to listen for input.
+constexpr std::chrono::seconds ListeningTimeout(2);
 
 const char *const CommandList = "ring, answer, mute, unmute, hold, holdmute, end, device [NAME], quit";
 const char *const VirtualCommandList = "press BUTTON, buttons";
@@ -192,9 +195,12 @@ private:
 
     void press(const QString &button)
     {
-        // Pressed on every interface that has the button: the one the library bound reads it.
+        // Pressed on every interface that has the button: the one the library bound reads it,
+        // once it listens (a state's lamps written and the answers read back), as a hand would.
         bool pressed = false;
         for (hid::virt::VirtualDevice &device : m_virtualDevices) {
+            if (device.openHandles() > 0)
+                device.waitForListeningReader(ListeningTimeout);
             if (device.press(button.toStdString())) {
                 device.release(button.toStdString());
                 pressed = true;

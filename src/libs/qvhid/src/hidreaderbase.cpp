@@ -11,7 +11,9 @@
 #include <QStateMachine>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace hid {
 
@@ -86,47 +88,69 @@ int HidReaderBase::writeCommand(const std::vector<std::vector<unsigned short>> &
         return -1;
     }
     int total = 0;
-    for (const std::vector<unsigned short> &step : command) {
+    for (std::size_t step = 0; step < command.size(); ++step) {
         std::vector<std::vector<uint8_t>> reports;
-        if (!m_decoder->makeOutputReport(m_info.code.outputPage, step, reports)) {
+        if (!m_decoder->makeOutputReport(m_info.code.outputPage, command[step], reports)) {
             HID_LOG(log::Error) << "HID READER " << name << ": command build failed";
             return -1;
         }
-        total += writeBinaryData(reports, name);
+        const bool lastStep = step + 1 == command.size();
+        total += writeReports(reports, name, m_inEntryAction && lastStep);
     }
-    longReadData();
+    if (m_inEntryAction)
+        m_held.drain = true;
+    else
+        longReadData();
     return total;
 }
 
 int HidReaderBase::writeBinaryData(const std::vector<std::vector<uint8_t>> &reports, const QString &name)
 {
+    return writeReports(reports, name, false);
+}
+
+int HidReaderBase::writeReports(const std::vector<std::vector<uint8_t>> &reports, const QString &name,
+                                bool holdLastReadBack)
+{
     if (!m_deviceHandle) {
-        HID_LOG(log::Error) << "HID READER " << name << ": no device handle";
+        HID_LOG_AS(log::Error, "writeBinaryData") << "HID READER " << name << ": no device handle";
         return -1;
     }
     if (reports.empty()) {
-        HID_LOG(log::Trace) << "HID READER " << name << ": no data for device";
+        HID_LOG_AS(log::Trace, "writeBinaryData") << "HID READER " << name << ": no data for device";
         return -1;
     }
+    const auto lastWritten = std::find_if(reports.rbegin(), reports.rend(), [](const auto &r) { return !r.empty(); });
     int total = 0;
-    for (const std::vector<uint8_t> &report : reports) {
-        if (report.empty())
+    for (auto report = reports.begin(); report != reports.end(); ++report) {
+        if (report->empty())
             continue;
-        const int result = hid_write(m_deviceHandle, report.data(), report.size());
-        HID_LOG(log::Trace) << "HID READER " << name << " WRITED: [" << BinaryToString(report, report.size())
-                            << "]  result is " << result;
+        const int result = hid_write(m_deviceHandle, report->data(), report->size());
+        HID_LOG_AS(log::Trace, "writeBinaryData")
+            << "HID READER " << name << " WRITED: [" << BinaryToString(*report, report->size()) << "]  result is "
+            << result;
         total += result;
         if (result == 0)
             continue;
-        // Headsets answer lamp writes with input reports; they are not button presses.
-        std::vector<uint8_t> answer(ReadBufferSize, 0);
-        int n = 0;
-        while ((n = hid_read_timeout(m_deviceHandle, answer.data(), answer.size(), ReadBackTimeoutMs)) > 0) {
-            trackDiscarded(answer, n);
-            HID_LOG(log::Trace) << "HID READER " << name << " READED: [" << BinaryToString(answer, n) << "]";
-        }
+        if (holdLastReadBack && &*report == &*lastWritten)
+            m_held = {true, false, name};
+        else
+            readBack(name);
     }
     return total;
+}
+
+// Its lines carry the name of the write they belong to, wherever it runs from.
+void HidReaderBase::readBack(const QString &name)
+{
+    // Headsets answer lamp writes with input reports; they are not button presses.
+    std::vector<uint8_t> answer(ReadBufferSize, 0);
+    int n = 0;
+    while ((n = hid_read_timeout(m_deviceHandle, answer.data(), answer.size(), ReadBackTimeoutMs)) > 0) {
+        trackDiscarded(answer, n);
+        HID_LOG_AS(log::Trace, "writeBinaryData")
+            << "HID READER " << name << " READED: [" << BinaryToString(answer, n) << "]";
+    }
 }
 
 void HidReaderBase::longReadData()
@@ -164,6 +188,7 @@ void HidReaderBase::initStates()
         connect(state, &QAbstractState::entered, this, [this, text, name] {
             HID_LOG_AS(log::Trace, "initStates") << text;
             emit stateChanged(name);
+            finishCommand();
         });
     };
     addState(m_initState, "State: Initial headset state entered", "Initial");
@@ -184,7 +209,7 @@ void HidReaderBase::initStates()
         const bool passSource = action == &HidReaderBase::execToRing;
         connect(
             t, &QAbstractTransition::triggered, t,
-            [this, action, source, passSource] { (this->*action)(passSource ? source : nullptr); },
+            [this, action, source, passSource] { runEntryAction(action, passSource ? source : nullptr); },
             Qt::DirectConnection);
     };
 
@@ -257,8 +282,29 @@ void HidReaderBase::resumeCallState()
     transition->setTargetState(resumed.target);
     connect(
         transition, &QAbstractTransition::triggered, this,
-        [this, action = resumed.action] { (this->*action)(nullptr); }, Qt::DirectConnection);
+        [this, action = resumed.action] { runEntryAction(action, nullptr); }, Qt::DirectConnection);
     m_stateMachine->postEvent(new QEvent(ResumeEventType));
+}
+
+// A state is announced as soon as its command's last report is written, not 10 ms later when
+// the read-back after it ends: the application then learns of the state as the headset's lamps
+// change. The read-back and the longDelay drain still follow that report before anything else
+// runs on this thread (no tick, no call state), so the headset's answers are absorbed exactly as
+// before and the written reports keep their order.
+void HidReaderBase::runEntryAction(void (HidReaderBase::*action)(QState *), QState *from)
+{
+    m_inEntryAction = true;
+    (this->*action)(from);
+    m_inEntryAction = false;
+}
+
+void HidReaderBase::finishCommand()
+{
+    const HeldReadBack held = std::exchange(m_held, HeldReadBack());
+    if (held.readBack)
+        readBack(held.name);
+    if (held.drain)
+        longReadData();
 }
 
 void HidReaderBase::onInit()

@@ -110,6 +110,13 @@ protected:
     void initStates();
     /// Takes the machine from Initial to the state the call was in (resumeCall).
     void resumeCallState();
+    /// Runs a transition's entry action so that its command's last read-back and drain wait
+    /// until the target state has been announced (finishCommand).
+    void runEntryAction(void (HidReaderBase::*action)(QState *), QState *from);
+    /// Reads back what the entry action's command left for after the announcement.
+    void finishCommand();
+    int writeReports(const std::vector<std::vector<uint8_t>> &reports, const QString &name, bool holdLastReadBack);
+    void readBack(const QString &name);
     /// A report read only to be thrown away still updates the decoder's view of the device's
     /// state, so that the next press is judged against what the device really reports.
     void trackDiscarded(const std::vector<uint8_t> &data, int length);
@@ -127,6 +134,14 @@ protected:
     QState *m_holdState = nullptr;
     QState *m_holdMutedState = nullptr;
     CallState m_resumeState = CallState::Idle;
+    bool m_inEntryAction = false;
+    // The read-back and drain of the command just written, held while its state is announced.
+    struct HeldReadBack
+    {
+        bool readBack = false;
+        bool drain = false;
+        QString name;
+    } m_held;
 };
 
 } // namespace hid
