@@ -201,6 +201,7 @@ private slots:
     void emptyHoldCommandsFallBack();
     void vendorPageModelWritesEveryStep();
     void stateIsAnnouncedOnceItsLastReportIsWritten();
+    void readsOfAHeadsetThatKeepsSendingEndAtTheirCaps();
     void burstOfPressAndReleaseIsOneGesture();
     void firstRecognisedGestureWins();
     void emptyReportGivesTheModelsGesture();
@@ -396,6 +397,50 @@ void TestHidReader::stateIsAnnouncedOnceItsLastReportIsWritten()
                           "HID READER onCallIncome WRITED: [05 22 ]  result is 2",
                           "State: Incoming call headset state entered", "HID READER onCallIncome READED: [05 00 ]"}));
     QCOMPARE(rig.timeline.since(3), (QStringList{"write:0502", "write:0522", "state:Incoming call"}));
+}
+
+void TestHidReader::readsOfAHeadsetThatKeepsSendingEndAtTheirCaps()
+{
+    // The headset answers each write with its resting report every 2 ms for 400 ms: the read-back
+    // ends at its cap, what follows is read as input (in bursts that end at theirs), and each
+    // cap is logged once for the binding, however often it is hit.
+    CapturingLogger logger;
+    ReaderRig rig(modelDescription("telephony-headset"), HidCode());
+    QTRY_COMPARE(rig.timeline.entries(), startUp);
+    VirtualDevice device = rig.device;
+    rig.device.setResponder([device](const Bytes &) mutable {
+        for (int i = 0; i < 200; ++i)
+            device.inject({0x01, 0x00, 0x00}, std::chrono::milliseconds(2 * i));
+        return std::vector<Bytes>();
+    });
+    const auto count = [&logger](const QString &start) {
+        return logger.texts().filter(QRegularExpression(QLatin1Char('^') + QRegularExpression::escape(start))).size();
+    };
+    const QString readBackCap = QStringLiteral(
+        "HID READER Office Headset 20 keeps sending reports: answers to a write are read back for 50 ms");
+    const QString burstCap =
+        QStringLiteral("HID READER Office Headset 20 keeps sending reports: a gesture is decided after 30 ms");
+    int readBackWarnings = 0;
+    int burstWarnings = 0;
+    for (const char *slot : {"onCallIncome", "onCallEnd"}) {
+        logger.clear();
+        rig.call(slot);
+        // Once the read-back is cut, the rest of the answers are input.
+        QTRY_VERIFY(count(QStringLiteral("HID READER event readed")) > 0);
+        QTest::qWait(500); // the answers have all been sent
+        QVERIFY(listening(rig.device));
+        const int answers = count(QStringLiteral("HID READER ") + QLatin1String(slot) + QStringLiteral(" READED"));
+        QVERIFY2(answers > 0 && answers < 200, qPrintable(QString::number(answers)));
+        for (const CapturedLine &line : logger.lines()) {
+            readBackWarnings += line.text.startsWith(readBackCap) ? 1 : 0;
+            burstWarnings += line.text.startsWith(burstCap) ? 1 : 0;
+            if (line.text.contains(QLatin1String("keeps sending reports")))
+                QCOMPARE(line.level, 4); // a warning
+        }
+    }
+    QCOMPARE(readBackWarnings, 1);
+    QCOMPARE(burstWarnings, 1);
+    QCOMPARE(rig.timeline.since(2), (QStringList{"state:Incoming call", "state:Initial"}));
 }
 
 void TestHidReader::vendorPageModelWritesEveryStep()

@@ -7,6 +7,7 @@
 #include <hidapi.h>
 
 #include <QAbstractTransition>
+#include <QElapsedTimer>
 #include <QSignalTransition>
 #include <QStateMachine>
 #include <QTimer>
@@ -27,6 +28,13 @@ constexpr int BurstReadTimeoutMs = 5;            // each further report of a bur
 constexpr int LongDelayFirstReadTimeoutMs = 700; // drain after a gesture or command (longDelay)
 constexpr int LongDelayNextReadTimeoutMs = 10;   // each further report of that drain
 constexpr int ReadBackTimeoutMs = 10;            // answers to a written report
+// A headset that never stops sending would keep each of those loops reading for ever; each ends
+// at its gap or at its cap, whichever comes first. The caps leave room for what real headsets
+// send after a lamp report or a press (a few reports, well under the cap), and are short enough
+// that a queued call state still reaches the lamps promptly.
+constexpr int ReadBackCapMs = 50;    // answers to one written report
+constexpr int BurstCapMs = 30;       // the reports of one gesture
+constexpr int LongDelayCapMs = 1000; // a longDelay drain, its first 700 ms included
 
 const int stateMetaTypeId = qRegisterMetaType<QState *>("QState*");
 
@@ -145,12 +153,13 @@ void HidReaderBase::readBack(const QString &name)
 {
     // Headsets answer lamp writes with input reports; they are not button presses.
     std::vector<uint8_t> answer(ReadBufferSize, 0);
-    int n = 0;
-    while ((n = hid_read_timeout(m_deviceHandle, answer.data(), answer.size(), ReadBackTimeoutMs)) > 0) {
+    const bool capped = readWhileReportsCome(answer, ReadBackTimeoutMs, ReadBackTimeoutMs, ReadBackCapMs, [&](int n) {
         trackDiscarded(answer, n);
         HID_LOG_AS(log::Trace, "writeBinaryData")
             << "HID READER " << name << " READED: [" << BinaryToString(answer, n) << "]";
-    }
+    });
+    if (capped)
+        warnOfCap(CappedRead::ReadBack);
 }
 
 void HidReaderBase::longReadData()
@@ -158,14 +167,55 @@ void HidReaderBase::longReadData()
     if (!m_info.code.longDelay)
         return;
     std::vector<uint8_t> buffer(ReadBufferSize, 0);
-    int timeout = LongDelayFirstReadTimeoutMs;
-    int n = 0;
-    while ((n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), timeout)) > 0) {
-        trackDiscarded(buffer, n);
-        HID_LOG(log::Trace) << "HID READER read after long delay READED: [" << BinaryToString(buffer, n) << "]";
-        timeout = LongDelayNextReadTimeoutMs;
-    }
+    const bool capped = readWhileReportsCome(
+        buffer, LongDelayFirstReadTimeoutMs, LongDelayNextReadTimeoutMs, LongDelayCapMs, [&](int n) {
+            trackDiscarded(buffer, n);
+            HID_LOG(log::Trace) << "HID READER read after long delay READED: [" << BinaryToString(buffer, n) << "]";
+        });
+    if (capped)
+        warnOfCap(CappedRead::Drain);
     HID_LOG(log::Trace) << "HID READER long delay READ ended";
+}
+
+bool HidReaderBase::readWhileReportsCome(std::vector<uint8_t> &buffer, int firstTimeoutMs, int gapMs, int capMs,
+                                         const std::function<void(int)> &onReport)
+{
+    QElapsedTimer clock;
+    clock.start();
+    int timeout = firstTimeoutMs;
+    for (;;) {
+        const int left = capMs - static_cast<int>(clock.elapsed());
+        if (left <= 0)
+            return true;
+        const int wait = std::min(timeout, left);
+        const int n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), wait);
+        if (n <= 0)
+            return n == 0 && wait < timeout; // quiet only because the cap cut the wait short
+        onReport(n);
+        timeout = gapMs;
+    }
+}
+
+void HidReaderBase::warnOfCap(CappedRead read)
+{
+    const auto index = static_cast<std::size_t>(read);
+    if (m_capsWarned[index])
+        return;
+    m_capsWarned[index] = true;
+    switch (read) {
+    case CappedRead::ReadBack:
+        HID_LOG(log::Warning) << "HID READER " << m_info.name << " keeps sending reports: answers to a write are read "
+                              << "back for " << ReadBackCapMs << " ms at most, and what follows is taken as input";
+        break;
+    case CappedRead::Burst:
+        HID_LOG(log::Warning) << "HID READER " << m_info.name << " keeps sending reports: a gesture is decided after "
+                              << BurstCapMs << " ms of reports at most";
+        break;
+    case CappedRead::Drain:
+        HID_LOG(log::Warning) << "HID READER " << m_info.name << " keeps sending reports: the long delay drain ends "
+                              << "after " << LongDelayCapMs << " ms at most";
+        break;
+    }
 }
 
 void HidReaderBase::trackDiscarded(const std::vector<uint8_t> &data, int length)
@@ -450,12 +500,13 @@ void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
     ClickType type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(length), NONE);
     HID_LOG(log::Trace) << "HID READER first click type is " << int(type) << " ["
                         << BinaryToString(data, static_cast<unsigned long>(length)) << "] : " << length;
-    int n = 0;
-    while ((n = hid_read_timeout(m_deviceHandle, data.data(), data.size(), BurstReadTimeoutMs)) > 0) {
+    const bool capped = readWhileReportsCome(data, BurstReadTimeoutMs, BurstReadTimeoutMs, BurstCapMs, [&](int n) {
         type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(n), type);
         HID_LOG(log::Trace) << "HID READER next click type is " << int(type) << " ["
                             << BinaryToString(data, static_cast<unsigned long>(n)) << "] : " << n;
-    }
+    });
+    if (capped)
+        warnOfCap(CappedRead::Burst);
     switch (type) {
     case REJECT:
         emit clickReject();

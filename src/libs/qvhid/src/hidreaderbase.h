@@ -11,7 +11,9 @@
 #include <QState>
 #include <QString>
 
+#include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -117,6 +119,13 @@ protected:
     void finishCommand();
     int writeReports(const std::vector<std::vector<uint8_t>> &reports, const QString &name, bool holdLastReadBack);
     void readBack(const QString &name);
+    enum class CappedRead { ReadBack, Burst, Drain };
+    /// Reads reports while each comes within `gapMs` of the last (the first within
+    /// `firstTimeoutMs`), for `capMs` at most in all; true when the cap ended the reading.
+    bool readWhileReportsCome(std::vector<uint8_t> &buffer, int firstTimeoutMs, int gapMs, int capMs,
+                              const std::function<void(int)> &onReport);
+    /// Logs, once per binding and kind of read, that a headset kept reporting past the cap.
+    void warnOfCap(CappedRead read);
     /// A report read only to be thrown away still updates the decoder's view of the device's
     /// state, so that the next press is judged against what the device really reports.
     void trackDiscarded(const std::vector<uint8_t> &data, int length);
@@ -135,6 +144,7 @@ protected:
     QState *m_holdMutedState = nullptr;
     CallState m_resumeState = CallState::Idle;
     bool m_inEntryAction = false;
+    std::array<bool, 3> m_capsWarned{};
     // The read-back and drain of the command just written, held while its state is announced.
     struct HeldReadBack
     {
