@@ -99,6 +99,13 @@ void TestHeadset::inject(const hid::virt::Bytes &report) const
     system().server().inject(m_id, report);
 }
 
+std::function<void(const hid::virt::Bytes &)> TestHeadset::injector() const
+{
+    emulation::HidrawServer *server = &system().server();
+    const int number = m_id;
+    return [server, number](const hid::virt::Bytes &report) { server->inject(number, report); };
+}
+
 void TestHeadset::unplug() const
 {
     system().unplug(m_id);

@@ -5,6 +5,7 @@
 // below the system's hidapi (see testheadset.h).
 
 #include "bindingevents.h"
+#include "reportstream.h"
 #include "capturinglogger.h"
 #include "testheadset.h"
 #include "timingscale.h"
@@ -75,6 +76,8 @@ private slots:
     void headsetWithUnlistedIdsIsNeverBound();
     void unlistedHeadsetIsBoundThroughTheFallback();
     void headsetIsBoundOnItsCallControlInterface();
+    void streamingHeadsetFollowsTheCall_data();
+    void streamingHeadsetFollowsTheCall();
 
 private:
     void addEveryModel();
@@ -461,6 +464,74 @@ void TestEndToEnd::headsetIsBoundOnItsCallControlInterface()
     telephony.press("answer");
     QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
     QVERIFY(consumer.written().isEmpty());
+}
+
+void TestEndToEnd::streamingHeadsetFollowsTheCall_data()
+{
+    QTest::addColumn<int>("periodMs");
+    QTest::newRow("every 1 ms") << 1;
+    QTest::newRow("every 4 ms") << 4;
+    QTest::newRow("every 8 ms") << 8;
+}
+
+void TestEndToEnd::streamingHeadsetFollowsTheCall()
+{
+    // A headset that sends its whole input state again and again never lets a read that waits
+    // for a quiet gap end by itself: the reader must still start, follow the call and read
+    // each button once.
+    QFETCH(int, periodMs);
+    addEveryModel();
+    TestHeadset headset = deviceOf("telephony-headset");
+    const hid::virt::Bytes resting = {0x01, 0x00, 0x00};
+    const hid::virt::Bytes hookLifted = {0x01, 0x01, 0x00};
+    ReportStream stream(headset, resting, std::chrono::milliseconds(periodMs));
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QTRY_COMPARE_WITH_TIMEOUT(events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}),
+                              1000 * timingScale());
+
+    // Each ring reaches the headset within 50 ms of the call state.
+    for (int call = 0; call < 20; ++call) {
+        QVERIFY(headset.waitForListeningReader());
+        headset.clearWritten();
+        QElapsedTimer sinceCall;
+        sinceCall.start();
+        manager().onCallIncome();
+        while (headset.written().isEmpty() && sinceCall.elapsed() < 2000 * timingScale())
+            QThread::usleep(200);
+        const qint64 ringMs = sinceCall.elapsed();
+        QVERIFY2(ringMs <= 50 * timingScale(), qPrintable(QStringLiteral("ring %1: %2 ms").arg(call).arg(ringMs)));
+        QCOMPARE(headset.written().value(0), QStringLiteral("0222"));
+        QTRY_COMPARE(events.entries().constLast(), QStringLiteral("state:Incoming call"));
+        manager().onCallEnd();
+        QTRY_COMPARE(events.entries().constLast(), QStringLiteral("state:Initial"));
+    }
+    QCOMPARE(entriesWithout(events.entries(), QStringLiteral("state:")),
+             (QStringList{"hide", "show:Office Headset 20"}));
+
+    // One hook lift is one click, the hang-up one click, however often the headset repeats
+    // each state.
+    manager().onCallIncome();
+    QTRY_COMPARE(events.entries().constLast(), QStringLiteral("state:Incoming call"));
+    QVERIFY(headset.waitForListeningReader());
+    const int beforeGestures = events.size();
+    stream.setReport(hookLifted);
+    QTRY_COMPARE(events.since(beforeGestures), QStringList{"click"});
+    QTest::qWait(200);
+    stream.setReport(resting);
+    QTRY_COMPARE(events.since(beforeGestures), (QStringList{"click", "click"}));
+    QTest::qWait(200);
+    QCOMPARE(events.since(beforeGestures), (QStringList{"click", "click"}));
+
+    // Quiet again: the reports of a whole call are the usual ones.
+    stream.stop();
+    manager().onCallEnd();
+    QTRY_COMPARE(events.entries().constLast(), QStringLiteral("state:Initial"));
+    QVERIFY(headset.waitForListeningReader());
+    headset.clearWritten();
+    reportWholeCall();
+    QTRY_COMPARE(headset.written(), (QStringList{"0222", "0221", "0225", "0221", "0229", "022d", "0200"}));
 }
 
 QVHID_TEST_HEADSET_MAIN(TestEndToEnd)

@@ -15,6 +15,7 @@
 #include <QStringList>
 #include <QTest>
 
+#include <functional>
 #include <string>
 
 class TestHeadset
@@ -37,6 +38,8 @@ public:
     bool press(const std::string &button) const;
     bool release(const std::string &button) const;
     void inject(const hid::virt::Bytes &report) const;
+    // Sends input reports as inject() does, from any thread: for a headset that streams.
+    std::function<void(const hid::virt::Bytes &)> injector() const;
     void unplug() const;
     void replug() const; // under the same path
     // Plugs an unplugged headset in again under another path; the headset as it now is.

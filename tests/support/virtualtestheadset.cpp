@@ -65,6 +65,12 @@ void TestHeadset::inject(const hid::virt::Bytes &report) const
     deviceOf(m_id).inject(report);
 }
 
+std::function<void(const hid::virt::Bytes &)> TestHeadset::injector() const
+{
+    VirtualDevice device = deviceOf(m_id);
+    return [device](const hid::virt::Bytes &report) mutable { device.inject(report); };
+}
+
 void TestHeadset::unplug() const
 {
     VirtualDevice device = deviceOf(m_id);
