@@ -78,6 +78,8 @@ private slots:
     void headsetIsBoundOnItsCallControlInterface();
     void streamingHeadsetFollowsTheCall_data();
     void streamingHeadsetFollowsTheCall();
+    void streamingModelThatClicksOnEmptyReportsIsQuietAtRest_data();
+    void streamingModelThatClicksOnEmptyReportsIsQuietAtRest();
 
 private:
     void addEveryModel();
@@ -277,6 +279,9 @@ void TestEndToEnd::modelThatAnswersEmptyReportsWithAClick()
     manager().onCallIncome();
     QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
     QVERIFY(headset.waitForListeningReader());
+    // The same bytes as its answer: a press only once the headset was quiet for a while (a
+    // repeat within RepeatedReports::Window would be the headset repeating itself).
+    QTest::qWait(150);
     headset.inject({0x00, 0x00});
     QTRY_COMPARE(events.since(3), (QStringList{"state:Incoming call", "click"}));
 }
@@ -484,6 +489,7 @@ void TestEndToEnd::streamingHeadsetFollowsTheCall()
     TestHeadset headset = deviceOf("telephony-headset");
     const hid::virt::Bytes resting = {0x01, 0x00, 0x00};
     const hid::virt::Bytes hookLifted = {0x01, 0x01, 0x00};
+    const hid::virt::Bytes mutePressed = {0x01, 0x05, 0x00};
     ReportStream stream(headset, resting, std::chrono::milliseconds(periodMs));
     BindingEvents events;
     events.watch(&manager());
@@ -510,19 +516,23 @@ void TestEndToEnd::streamingHeadsetFollowsTheCall()
     QCOMPARE(entriesWithout(events.entries(), QStringLiteral("state:")),
              (QStringList{"hide", "show:Office Headset 20"}));
 
-    // One hook lift is one click, the hang-up one click, however often the headset repeats
-    // each state.
+    // One hook lift is one click, one mute press one clickMute, the hang-up one click, however
+    // often the headset repeats each state.
     manager().onCallIncome();
     QTRY_COMPARE(events.entries().constLast(), QStringLiteral("state:Incoming call"));
     QVERIFY(headset.waitForListeningReader());
     const int beforeGestures = events.size();
     stream.setReport(hookLifted);
     QTRY_COMPARE(events.since(beforeGestures), QStringList{"click"});
+    stream.setReport(mutePressed);
+    QTRY_COMPARE(events.since(beforeGestures), (QStringList{"click", "mute"}));
+    QTest::qWait(200);
+    stream.setReport(hookLifted); // the mute button released
     QTest::qWait(200);
     stream.setReport(resting);
-    QTRY_COMPARE(events.since(beforeGestures), (QStringList{"click", "click"}));
+    QTRY_COMPARE(events.since(beforeGestures), (QStringList{"click", "mute", "click"}));
     QTest::qWait(200);
-    QCOMPARE(events.since(beforeGestures), (QStringList{"click", "click"}));
+    QCOMPARE(events.since(beforeGestures), (QStringList{"click", "mute", "click"}));
 
     // Quiet again: the reports of a whole call are the usual ones.
     stream.stop();
@@ -532,6 +542,38 @@ void TestEndToEnd::streamingHeadsetFollowsTheCall()
     headset.clearWritten();
     reportWholeCall();
     QTRY_COMPARE(headset.written(), (QStringList{"0222", "0221", "0225", "0221", "0229", "022d", "0200"}));
+}
+
+void TestEndToEnd::streamingModelThatClicksOnEmptyReportsIsQuietAtRest_data()
+{
+    streamingHeadsetFollowsTheCall_data();
+}
+
+void TestEndToEnd::streamingModelThatClicksOnEmptyReportsIsQuietAtRest()
+{
+    // This model's press is a report in which nothing changes. Streamed, its resting report
+    // repeats the one before and is no press; its hook lift is one click, its hang-up another.
+    QFETCH(int, periodMs);
+    addEveryModel();
+    TestHeadset headset = deviceOf("echoing-headset");
+    const hid::virt::Bytes resting = {0x00, 0x00};
+    ReportStream stream(headset, resting, std::chrono::milliseconds(periodMs));
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Microphone (Desk Headset 310)"));
+    QTRY_COMPARE_WITH_TIMEOUT(events.entries(), (QStringList{"hide", "show:Desk Headset 310", "state:Initial"}),
+                              1000 * timingScale());
+    manager().onCallIncome();
+    QTRY_COMPARE(events.entries().constLast(), QStringLiteral("state:Incoming call"));
+    QTest::qWait(500);
+    QCOMPARE(events.since(3), QStringList{"state:Incoming call"});
+    stream.setReport({0x01, 0x00});
+    QTRY_COMPARE(events.since(4), QStringList{"click"});
+    QTest::qWait(200);
+    stream.setReport(resting);
+    QTRY_COMPARE(events.since(4), (QStringList{"click", "click"}));
+    QTest::qWait(300);
+    QCOMPARE(events.since(4), (QStringList{"click", "click"}));
 }
 
 QVHID_TEST_HEADSET_MAIN(TestEndToEnd)

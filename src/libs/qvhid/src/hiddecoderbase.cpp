@@ -107,6 +107,11 @@ ClickType HidDecoderBase::getClickTypeFromData(const std::vector<unsigned char> 
     return gestureOf(found);
 }
 
+bool HidDecoderBase::usesReportIds() const
+{
+    return m_descriptor && m_descriptor->uses_report_ids;
+}
+
 bool HidDecoderBase::makeOutputReport(unsigned short page, const std::vector<unsigned short> &usages,
                                       std::vector<std::vector<unsigned char>> &reports)
 {

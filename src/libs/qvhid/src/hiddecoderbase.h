@@ -47,6 +47,8 @@ public:
     static const hid_collection *findCallControlCollection(const hid_descriptor *descriptor, unsigned short usagePage,
                                                            unsigned short usage);
     static bool isSet(const std::vector<unsigned short> &usages, unsigned short usage);
+    /// True when the descriptor declares report ids: an input report's first byte is its id.
+    bool usesReportIds() const;
     /// True when the bytes begin with one of the patterns or a pattern begins with the bytes.
     static bool isKindOf(ByteIterator first, ByteIterator last,
                          const std::vector<std::vector<unsigned char>> &patterns);

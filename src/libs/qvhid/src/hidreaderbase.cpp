@@ -220,6 +220,7 @@ void HidReaderBase::warnOfCap(CappedRead read)
 
 void HidReaderBase::trackDiscarded(const std::vector<uint8_t> &data, int length)
 {
+    m_repeats.note(data, length);
     if (!m_decoder)
         return;
     std::vector<unsigned short> unused;
@@ -442,6 +443,7 @@ void HidReaderBase::start()
         emit finished();
         return;
     }
+    m_repeats = RepeatedReports(m_decoder->usesReportIds());
     hid_set_nonblocking(m_deviceHandle, 1);
     initStates();
     onInit();
@@ -497,11 +499,11 @@ void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
         HID_LOG(log::Error) << "HID onHIDDataRead: there is no decoder";
         return;
     }
-    ClickType type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(length), NONE);
+    ClickType type = clickTypeOfInput(data, length, NONE);
     HID_LOG(log::Trace) << "HID READER first click type is " << int(type) << " ["
                         << BinaryToString(data, static_cast<unsigned long>(length)) << "] : " << length;
     const bool capped = readWhileReportsCome(data, BurstReadTimeoutMs, BurstReadTimeoutMs, BurstCapMs, [&](int n) {
-        type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(n), type);
+        type = clickTypeOfInput(data, n, type);
         HID_LOG(log::Trace) << "HID READER next click type is " << int(type) << " ["
                             << BinaryToString(data, static_cast<unsigned long>(n)) << "] : " << n;
     });
@@ -523,6 +525,14 @@ void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
     default: HID_LOG(log::Trace) << "HID READER no signal to emit"; break;
     }
     longReadData();
+}
+
+ClickType HidReaderBase::clickTypeOfInput(const std::vector<uint8_t> &data, int length, ClickType previous)
+{
+    // A repeat is decoded all the same, so that the decoder keeps following the device's state.
+    const bool repeat = m_repeats.note(data, length);
+    const ClickType type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(length), previous);
+    return repeat ? previous : type;
 }
 
 ClickType HidReaderBase::getClickType(HidDecoderBase *decoder, const std::vector<uint8_t> &data, unsigned short length,

@@ -6,6 +6,7 @@
 #include "hiddeviceinfo.h"
 #include "platform/inputwait.h"
 #include "qvhid_export.h"
+#include "repeatedreports.h"
 
 #include <QObject>
 #include <QState>
@@ -126,6 +127,8 @@ protected:
                               const std::function<void(int)> &onReport);
     /// Logs, once per binding and kind of read, that a headset kept reporting past the cap.
     void warnOfCap(CappedRead read);
+    /// The gesture of an input report merged into `previous`; none from a repeated report.
+    ClickType clickTypeOfInput(const std::vector<uint8_t> &data, int length, ClickType previous);
     /// A report read only to be thrown away still updates the decoder's view of the device's
     /// state, so that the next press is judged against what the device really reports.
     void trackDiscarded(const std::vector<uint8_t> &data, int length);
@@ -145,6 +148,7 @@ protected:
     CallState m_resumeState = CallState::Idle;
     bool m_inEntryAction = false;
     std::array<bool, 3> m_capsWarned{};
+    RepeatedReports m_repeats;
     // The read-back and drain of the command just written, held while its state is announced.
     struct HeldReadBack
     {
