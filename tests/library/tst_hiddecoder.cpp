@@ -61,6 +61,15 @@ const char *const nestedLampsDescriptor = "050b0905a101"
                                           "0909 9501 9102 95079103"
                                           "c0";
 
+// Telephony Headset, no report ids: Hook Switch, then an array with Null State whose logical
+// range 0..1 includes its resting value 0, as two current wireless headsets declare it: its
+// usages are Programmable Button (a reject usage) and Button 1. Bit 0 hook, bit 1 the array.
+const char *const restingArrayDescriptor = "050b0905a101"
+                                           "150025017501 0920 9501 8122"
+                                           "0907 0509 0901 7501 9501 8140"
+                                           "95068103"
+                                           "c0";
+
 HidCode codeWithEmptyReportGesture(ClickType gesture)
 {
     HidCode code;
@@ -152,6 +161,7 @@ private slots:
     void reportOfOtherPagesOnlyGivesNone();
     void gestureRules_data();
     void gestureRules();
+    void arrayAtRestInItsRangeIsNoPress();
     void rejectUsagesWithoutTheirOwnButtons();
     void usageListArgumentIsLeftUntouched();
     void lengthNeverReadsPastTheData();
@@ -237,6 +247,20 @@ void TestHidDecoder::gestureRules()
     QFETCH(ClickType, gesture);
     DecoderOn on(modelDescription("telephony-headset"), HidCode());
     QCOMPARE(on.gesture(report), gesture);
+}
+
+void TestHidDecoder::arrayAtRestInItsRangeIsNoPress()
+{
+    // Its resting 0 selects Programmable Button. The first report shows the device at rest:
+    // the hook lifted in it is an answer, not a reject; later reports are judged as before.
+    DecoderOn first(handWritten(restingArrayDescriptor), HidCode());
+    QCOMPARE(first.gesture("01"), hid::CLICK);
+    QCOMPARE(first.gesture("00"), hid::CLICK);  // hung up
+    QCOMPARE(first.gesture("02"), hid::NONE);   // Button 1 selected: no telephony usage
+    QCOMPARE(first.gesture("00"), hid::REJECT); // Programmable Button selected again: pressed
+    // At rest in its first report, the array gives nothing.
+    DecoderOn resting(handWritten(restingArrayDescriptor), HidCode());
+    QCOMPARE(resting.gesture("00"), hid::NONE);
 }
 
 void TestHidDecoder::rejectUsagesWithoutTheirOwnButtons()

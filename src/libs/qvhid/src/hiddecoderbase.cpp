@@ -91,17 +91,27 @@ ClickType HidDecoderBase::getClickTypeFromData(const std::vector<unsigned char> 
 {
     if (!m_descriptor)
         return NONE;
-    std::vector<unsigned short> found;
-    bool nothingReported = true;
-    elementSlot() = [this, &found, &nothingReported](const hid_element *element, void *) {
-        if (element->usage_page == m_info.code.inputPage && element->direction == m_inputType)
-            found.push_back(element->usage);
-        nothingReported = false;
-    };
-    hid_set_element_callback(m_descriptor, &forwardElement, nullptr);
     // Never past the end of the buffer, whatever length the caller claims.
     const std::size_t size = std::min<std::size_t>(length, data.size());
-    hid_parse_input_report(data.data(), size, m_descriptor);
+    // The first report of each id shows the device as it rests after binding. An array field
+    // whose logical range includes 0, the value a device rests at, selects a usage even at rest
+    // and would show it "newly" pressed in that report: there, what it holds is the baseline, not
+    // a press. An array resting outside its range (the usual Null State) selects nothing at rest,
+    // so what it holds in the first report is pressed; so is a variable field that changes.
+    const unsigned char reportId = m_descriptor->uses_report_ids && size > 0 ? data[0] : 0;
+    const bool baseline = m_reportIdsSeen.insert(reportId).second;
+    std::vector<unsigned short> found;
+    bool nothingReported = true;
+    elementSlot() = [this, &found, &nothingReported, baseline](const hid_element *element, void *) {
+        nothingReported = false;
+        if (baseline && (element->flags & HID_ELEMENT_VARIABLE) == 0 && element->logical_minimum <= 0)
+            return;
+        if (element->usage_page == m_info.code.inputPage && element->direction == m_inputType)
+            found.push_back(element->usage);
+    };
+    hid_set_element_callback(m_descriptor, &forwardElement, nullptr);
+    if (hid_parse_input_report(data.data(), size, m_descriptor) < 0 && baseline)
+        m_reportIdsSeen.erase(reportId); // not a report of the device: its baseline is still to come
     if (nothingReported)
         return m_info.code.clickTypeOnEmptyCode;
     return gestureOf(found);

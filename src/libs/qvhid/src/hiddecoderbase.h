@@ -7,6 +7,7 @@
 
 #include <QObject>
 
+#include <set>
 #include <vector>
 
 /// hidapi's device handle and the report-parser library's descriptor, as their headers
@@ -59,6 +60,9 @@ protected:
     HidDeviceInfo m_info;
     hid_device *m_device;
     hid_descriptor *m_descriptor;
+
+private:
+    mutable std::set<unsigned char> m_reportIdsSeen; ///< input report ids decoded since binding
 };
 
 } // namespace hid
