@@ -22,6 +22,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
@@ -221,7 +222,8 @@ void gestureLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &
 }
 
 // onCallIncome to the first output report written and to deviceStateEntered; then the call ends.
-void callStateLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &headset, int calls)
+void callStateLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &headset, int calls,
+                      const QString &condition = QString(), const QString &keyPrefix = QString())
 {
     std::mt19937 random(2);
     std::uniform_int_distribution<int> gap(0, 300);
@@ -243,13 +245,50 @@ void callStateLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice
         if (!waitUntil([&] { return reports.state == QLatin1String("Initial"); }))
             break;
     }
-    row(QStringLiteral("Call state: `onCallIncome` to first report written"), int(toWrite.size()),
+    row(QStringLiteral("Call state%1: `onCallIncome` to first report written").arg(condition), int(toWrite.size()),
         distribution(toWrite));
-    row(QStringLiteral("Call state: `onCallIncome` to `deviceStateEntered`"), int(toState.size()),
+    row(QStringLiteral("Call state%1: `onCallIncome` to `deviceStateEntered`").arg(condition), int(toState.size()),
         distribution(toState));
-    recordQuantiles(QStringLiteral("callstate_write"), toWrite);
-    recordQuantiles(QStringLiteral("callstate_entered"), toState);
+    recordQuantiles(keyPrefix + QStringLiteral("callstate_write"), toWrite);
+    recordQuantiles(keyPrefix + QStringLiteral("callstate_entered"), toState);
 }
+
+// A headset that sends its resting input report every `period`, as one that answers every poll
+// of its interrupt endpoint does, from a thread of its own; stop() says how much CPU that
+// thread took, so that it can be told from the library's.
+class HeadsetStream
+{
+public:
+    HeadsetStream(VirtualDevice headset, std::chrono::milliseconds period)
+        : m_thread([this, headset, period]() mutable {
+            Clock::time_point next = Clock::now();
+            while (!m_stop) {
+                headset.inject({0x01, 0x00, 0x00});
+                next += period;
+                std::this_thread::sleep_until(next);
+            }
+            timespec used{};
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+            m_cpuSeconds = double(used.tv_sec) + double(used.tv_nsec) / 1e9;
+        })
+    {
+    }
+
+    double stop()
+    {
+        m_stop = true;
+        if (m_thread.joinable())
+            m_thread.join();
+        return m_cpuSeconds;
+    }
+
+    ~HeadsetStream() { stop(); }
+
+private:
+    std::atomic<bool> m_stop{false};
+    double m_cpuSeconds = 0;
+    std::thread m_thread;
+};
 
 // onActiveAudioDeviceChanged to deviceShow, with `others` more interfaces enumerated.
 void bindingTime(HidDeviceManager &manager, Reports &reports, int others, int bindings)
@@ -319,12 +358,15 @@ double processCpuSeconds()
 
 // CPU time of the whole process while the application's event loop idles for `seconds`; the
 // share of one core it took is kept under `key`, if one is given.
-void idleCost(const QString &what, int seconds, const QString &key = QString())
+void idleCost(const QString &what, int seconds, const QString &key = QString(),
+              const std::function<double()> &notTheLibrarys = nullptr)
 {
     const double cpuBefore = processCpuSeconds();
     const Clock::time_point before = Clock::now();
     pause(seconds * 1000);
-    const double cpu = processCpuSeconds() - cpuBefore;
+    double cpu = processCpuSeconds() - cpuBefore;
+    if (notTheLibrarys)
+        cpu -= notTheLibrarys();
     const double wall = std::chrono::duration<double>(Clock::now() - before).count();
     std::printf("| %s | %d | %.1f | %.3f %% |\n", qPrintable(what), seconds, cpu * 1000.0, 100.0 * cpu / wall);
     if (!key.isEmpty())
@@ -354,6 +396,11 @@ int main(int argc, char *argv[])
     std::printf("| Measure | Samples | Median ms | 99th percentile ms | Maximum ms |\n|---|---|---|---|---|\n");
     gestureLatency(manager, reports, headset, options.presses);
     callStateLatency(manager, reports, headset, options.calls);
+    {
+        HeadsetStream stream(headset, std::chrono::milliseconds(4));
+        callStateLatency(manager, reports, headset, options.calls, QStringLiteral(" (headset streaming every 4 ms)"),
+                         QStringLiteral("streaming_"));
+    }
     bindingTime(manager, reports, 0, options.bindings);
     bindingTime(manager, reports, 99, options.bindings);
     if (!bind(manager, reports))
@@ -366,6 +413,12 @@ int main(int argc, char *argv[])
     std::printf("\n| Idle binding | Seconds | Process CPU ms | Share of one core |\n|---|---|---|---|\n");
     idleCost(QStringLiteral("bound to a quiet headset"), options.idleSeconds,
              QStringLiteral("idle_bound_core_percent"));
+    {
+        // The stream's own thread starts its CPU clock with it: all of it is subtracted.
+        HeadsetStream stream(headset, std::chrono::milliseconds(8));
+        idleCost(QStringLiteral("bound to a headset streaming every 8 ms (the stream's own thread not counted)"),
+                 options.idleSeconds, QStringLiteral("streaming_core_percent"), [&stream] { return stream.stop(); });
+    }
     nodes.unplug(headset);
     pause(1000);
     idleCost(QStringLiteral("headset unplugged, waiting for it"), options.idleSeconds,
