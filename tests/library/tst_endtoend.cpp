@@ -80,6 +80,7 @@ private slots:
     void streamingHeadsetFollowsTheCall();
     void streamingModelThatClicksOnEmptyReportsIsQuietAtRest_data();
     void streamingModelThatClicksOnEmptyReportsIsQuietAtRest();
+    void firstHookLiftAfterPlugInAnswersWhateverTheArraysRestAt();
 
 private:
     void addEveryModel();
@@ -574,6 +575,37 @@ void TestEndToEnd::streamingModelThatClicksOnEmptyReportsIsQuietAtRest()
     QTRY_COMPARE(events.since(4), (QStringList{"click", "click"}));
     QTest::qWait(300);
     QCOMPARE(events.since(4), (QStringList{"click", "click"}));
+}
+
+void TestEndToEnd::firstHookLiftAfterPlugInAnswersWhateverTheArraysRestAt()
+{
+    // This headset's array rests inside its logical range, where it selects Programmable Button,
+    // a reject usage: the first hook lift after plug-in answers all the same, the hang-up ends.
+    addEveryModel();
+    const TestHeadset resting = TestHeadset::add(modelDescription("resting-array-headset"));
+    m_devices.append({QStringLiteral("resting-array-headset"), resting});
+    manager().InitHidDevices(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
+    BindingEvents events;
+    events.watch(&manager());
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (Wireless Headset 51)"));
+    QTRY_COMPARE(events.entries(), (QStringList{"hide", "show:Wireless Headset 51", "state:Initial"}));
+    manager().onCallIncome();
+    QTRY_COMPARE(events.since(3), QStringList{"state:Incoming call"});
+    QVERIFY(resting.waitForListeningReader());
+    resting.press("answer");
+    QTRY_COMPARE(events.since(4), QStringList{"click"});
+    QVERIFY(resting.waitForListeningReader());
+    resting.press("hangup");
+    QTRY_COMPARE(events.since(4), (QStringList{"click", "click"}));
+
+    // An array resting outside its range (0 is no usage of it) selects nothing at rest: its
+    // first usage in the first report after plug-in is pressed, as before.
+    TestHeadset telephony = deviceOf("telephony-headset");
+    manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
+    QTRY_COMPARE(events.since(6), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
+    QVERIFY(telephony.waitForListeningReader());
+    telephony.press("programmable");
+    QTRY_COMPARE(events.since(9), QStringList{"reject"});
 }
 
 QVHID_TEST_HEADSET_MAIN(TestEndToEnd)

@@ -167,7 +167,7 @@ void TestProbe::demoNamesItsModels()
     const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("--list-models")});
     QCOMPARE(run.exitCode, 0);
     for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset",
-                              "consumer-first-headset", "echoing-headset", "unlisted-headset"})
+                              "consumer-first-headset", "echoing-headset", "unlisted-headset", "resting-array-headset"})
         QVERIFY2(run.out.contains(QLatin1String(model)), model);
 }
 

@@ -241,6 +241,59 @@ DeviceDescription unlistedHeadset()
     return description;
 }
 
+// A telephony headset whose input has an array with Null State resting inside its logical
+// range, as two current wireless headsets declare it: its resting 0 selects the array's first
+// usage. No report ids; ids that no dictionary row lists.
+//   input:  [bit 0 Hook Switch, 1 Phone Mute, 2 array: 0 Programmable Button, 1 Button 1]
+//   output: [bit 0 Off-Hook, 1 Ring, 2 Mute]
+DeviceDescription restingArrayHeadset()
+{
+    DeviceDescription description;
+    description.vendorId = 0x1209;
+    description.productId = 0x0051;
+    description.releaseNumber = 0x0100;
+    description.product = L"Wireless Headset 51";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = L"WH-0051";
+    description.interfaceNumber = 3;
+    description.usagePage = 0x0B;
+    description.usage = 0x05;
+    description.descriptor = {
+        0x05, 0x0B, // Usage Page (Telephony)
+        0x09, 0x05, // Usage (Headset)
+        0xA1, 0x01, // Collection (Application)
+        0x15, 0x00, //   Logical Minimum (0)
+        0x25, 0x01, //   Logical Maximum (1)
+        0x75, 0x01, //   Report Size (1)
+        0x09, 0x20, //   Usage (Hook Switch)
+        0x95, 0x01, //   Report Count (1)
+        0x81, 0x22, //   Input (Data, Variable, Absolute, No Preferred)
+        0x09, 0x2F, //   Usage (Phone Mute)
+        0x81, 0x06, //   Input (Data, Variable, Relative)
+        0x09, 0x07, //   Usage (Programmable Button)
+        0x05, 0x09, //   Usage Page (Button)
+        0x09, 0x01, //   Usage (Button 1)
+        0x81, 0x40, //   Input (Data, Array, Absolute, Null State)
+        0x95, 0x05, //   Report Count (5)
+        0x81, 0x03, //   Input (Constant, Variable, Absolute): padding
+        0x05, 0x08, //   Usage Page (LEDs)
+        0x09, 0x17, //   Usage (Off-Hook)
+        0x09, 0x18, //   Usage (Ring)
+        0x09, 0x09, //   Usage (Mute)
+        0x95, 0x03, //   Report Count (3)
+        0x91, 0x22, //   Output (Data, Variable, Absolute, No Preferred)
+        0x95, 0x05, //   Report Count (5)
+        0x91, 0x03, //   Output (Constant, Variable, Absolute): padding
+        0xC0,       // End Collection
+    };
+    description.buttons = {
+        {"answer", {0x01}, {}},
+        {"hangup", {0x00}, {}},
+        {"mute", {0x03}, {0x01}},
+    };
+    return description;
+}
+
 std::vector<Model> makeModels()
 {
     return {
@@ -268,6 +321,10 @@ std::vector<Model> makeModels()
          "Telephony headset whose ids no dictionary row lists: bound through a fallback configuration",
          {unlistedHeadset()},
          {{0, "Headset50"}}},
+        {"resting-array-headset",
+         "Telephony headset whose Null-State array rests inside its range (0 selects its first usage)",
+         {restingArrayHeadset()},
+         {{0, "Headset51"}}},
     };
 }
 
