@@ -2,6 +2,7 @@
 #include "hidreaderbase.h"
 
 #include "hidlog.h"
+#include "repeatedreports.h"
 #include "platform/hiddecoder.h"
 
 #include <hidapi.h>
@@ -220,9 +221,9 @@ void HidReaderBase::warnOfCap(CappedRead read)
 
 void HidReaderBase::trackDiscarded(const std::vector<uint8_t> &data, int length)
 {
-    m_repeats.note(data, length);
-    if (!m_decoder)
+    if (!m_decoder || !m_repeats)
         return;
+    m_repeats->note(data, length);
     std::vector<unsigned short> unused;
     m_decoder->getClickTypeFromData(data, static_cast<unsigned short>(length), unused);
 }
@@ -443,7 +444,7 @@ void HidReaderBase::start()
         emit finished();
         return;
     }
-    m_repeats = RepeatedReports(m_decoder->usesReportIds());
+    m_repeats = std::make_unique<RepeatedReports>(m_decoder->usesReportIds());
     hid_set_nonblocking(m_deviceHandle, 1);
     initStates();
     onInit();
@@ -530,7 +531,7 @@ void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
 ClickType HidReaderBase::clickTypeOfInput(const std::vector<uint8_t> &data, int length, ClickType previous)
 {
     // A repeat is decoded all the same, so that the decoder keeps following the device's state.
-    const bool repeat = m_repeats.note(data, length);
+    const bool repeat = m_repeats && m_repeats->note(data, length);
     const ClickType type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(length), previous);
     return repeat ? previous : type;
 }

@@ -6,7 +6,6 @@
 #include "hiddeviceinfo.h"
 #include "platform/inputwait.h"
 #include "qvhid_export.h"
-#include "repeatedreports.h"
 
 #include <QObject>
 #include <QState>
@@ -22,6 +21,8 @@ class QStateMachine;
 class QTimer;
 
 namespace hid {
+
+class RepeatedReports;
 
 /// The reader's input buffer.
 using InputBuf = std::vector<uint8_t>;
@@ -148,7 +149,7 @@ protected:
     CallState m_resumeState = CallState::Idle;
     bool m_inEntryAction = false;
     std::array<bool, 3> m_capsWarned{};
-    RepeatedReports m_repeats;
+    std::unique_ptr<RepeatedReports> m_repeats; // made at start(), once the descriptor is read
     // The read-back and drain of the command just written, held while its state is announced.
     struct HeldReadBack
     {
