@@ -248,16 +248,12 @@ DeviceDescription unlistedHeadset()
 //   output: [bit 0 Off-Hook, 1 Ring, 2 Mute]
 DeviceDescription restingArrayHeadset()
 {
-    DeviceDescription description;
+    // The telephony headset's identity and collection, with a descriptor and buttons of its own.
+    DeviceDescription description = telephonyHeadset(false);
     description.vendorId = 0x1209;
     description.productId = 0x0051;
-    description.releaseNumber = 0x0100;
     description.product = L"Wireless Headset 51";
-    description.manufacturer = L"Virtual Audio";
     description.serialNumber = L"WH-0051";
-    description.interfaceNumber = 3;
-    description.usagePage = 0x0B;
-    description.usage = 0x05;
     description.descriptor = {
         0x05, 0x0B, // Usage Page (Telephony)
         0x09, 0x05, // Usage (Headset)
