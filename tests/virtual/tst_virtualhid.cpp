@@ -91,6 +91,7 @@ private slots:
     void responderAnswersWrites();
     void echoingModelAnswersEveryWrite();
     void injectedFaults();
+    void unendingReportComesEvery2msAfterWhatIsQueued();
     void namedButtons();
     void countersCountCalls();
     void realDevicesPassThrough();
@@ -464,6 +465,48 @@ void TestVirtualHid::injectedFaults()
     device.setFaults(hid::virt::Faults());
     QCOMPARE(write(handle, {0x02, 0x01}), 2);
     QVERIFY(hid_get_report_descriptor(handle, descriptor, sizeof(descriptor)) > 0);
+    hid_close(handle);
+}
+
+void TestVirtualHid::unendingReportComesEvery2msAfterWhatIsQueued()
+{
+    VirtualDevice device = addModel("telephony-headset");
+    hid_device *handle = hid_open_path(device.path().c_str());
+    QVERIFY(handle);
+    hid::virt::Faults chatty;
+    chatty.unendingReport = {0x01, 0x00, 0x00};
+    device.setFaults(chatty);
+    device.inject({0x01, 0x01, 0x00});
+    // What was queued comes first; then the unending report, at once the first time.
+    QCOMPARE(readReport(handle, 0), QByteArray("010100"));
+    QCOMPARE(readReport(handle, 0), QByteArray("010000"));
+    // The next one is 2 ms away.
+    QElapsedTimer clock;
+    clock.start();
+    QCOMPARE(readReport(handle, 1000), QByteArray("010000"));
+    QVERIFY(clock.nsecsElapsed() >= 1'000'000);
+    // A reader that comes late finds one report, not all those it missed.
+    QTest::qSleep(50);
+    clock.restart();
+    int found = 0;
+    while (readReport(handle, 0) != "timeout")
+        ++found;
+    QVERIFY(found >= 1);
+    QVERIFY2(found <= 1 + clock.elapsed() / 2 + 1, qPrintable(QString::number(found)));
+    // A read that waits without a time-out is woken for it.
+    device.setFaults(hid::virt::Faults());
+    QTest::qSleep(5);
+    std::thread later([device]() mutable {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        hid::virt::Faults faults;
+        faults.unendingReport = {0x01, 0x00, 0x00};
+        device.setFaults(faults);
+    });
+    QCOMPARE(readReport(handle, -1), QByteArray("010000"));
+    later.join();
+    device.setFaults(hid::virt::Faults());
+    QTest::qSleep(5);
+    QCOMPARE(readReport(handle, 0), QByteArray("timeout"));
     hid_close(handle);
 }
 

@@ -95,6 +95,11 @@ struct Faults
     bool writesFail = false;
     /// The next read fails once (-1), as a read that a signal interrupts; then it clears itself.
     bool nextReadFails = false;
+    /// A headset that never stops reporting, without a sending thread's timing: while set, a
+    /// read finds this report when 2 ms have passed since its handle last found it, however
+    /// late the reading thread runs, so that a reader never meets a quiet gap. Queued reports
+    /// come first. Empty: off.
+    Bytes unendingReport;
 };
 
 /// Answers a written report (as the device received it) with input reports.

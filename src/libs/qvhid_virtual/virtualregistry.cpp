@@ -17,6 +17,8 @@ namespace {
 
 // hidraw keeps at most this many unread reports per open file and drops newer ones.
 constexpr std::size_t QueueCapacity = 64;
+// How often Faults::unendingReport is found.
+constexpr auto UnendingReportPeriod = std::chrono::milliseconds(2);
 // hidraw refuses writes shorter than a report id and one byte, and longer than its buffer.
 constexpr std::size_t MinimumWrite = 2;
 constexpr std::size_t MaximumWrite = 16384;
@@ -92,6 +94,7 @@ struct VirtualHandle
     bool nonBlocking = false;
     bool closed = false;
     bool interruptRequested = false; // hid_interrupt(): the next interruptible read returns at once
+    Clock::time_point unendingDue{}; // when Faults::unendingReport is next found
     std::deque<QueuedReport> queue;  // by due time
     hid_device_info *info = nullptr;
     std::wstring error;
@@ -260,6 +263,7 @@ void Registry::setFaults(int id, const Faults &faults)
     std::lock_guard<std::mutex> lock(m_mutex);
     if (auto device = findDevice(id))
         device->faults = faults;
+    m_changed.notify_all(); // a read that waits may now find the unending report
 }
 
 Counters Registry::counters(int id)
@@ -434,6 +438,13 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
                 std::memcpy(data, report.data(), count);
             return static_cast<int>(count);
         }
+        const Bytes &unending = handle->device->faults.unendingReport;
+        if (!unending.empty() && handle->unendingDue <= now) {
+            handle->unendingDue = now + UnendingReportPeriod;
+            const std::size_t count = std::min(length, unending.size());
+            std::memcpy(data, unending.data(), count);
+            return static_cast<int>(count);
+        }
         // Input that is due comes first; a wake-up only cuts the wait for it short.
         if (interruptible && handle->interruptRequested) {
             handle->interruptRequested = false;
@@ -445,6 +456,8 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
         Clock::time_point wake = deadline;
         if (!handle->queue.empty())
             wake = std::min(wake, handle->queue.front().due);
+        if (!unending.empty())
+            wake = std::min(wake, handle->unendingDue);
         if (wake == Clock::time_point::max())
             m_changed.wait(lock);
         else
