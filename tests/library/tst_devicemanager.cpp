@@ -227,7 +227,7 @@ void TestDeviceManager::sameNameAfterAFailedSearchSearchesAgain()
 void TestDeviceManager::sameNameAfterTheReaderGaveUpDoesNotRetry()
 {
     VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
-    headset.setFaults({true, false, false});
+    headset.setFaults(openFailing());
     HidDeviceManager manager;
     BindingEvents events;
     events.watch(&manager);

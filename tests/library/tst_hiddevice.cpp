@@ -647,7 +647,7 @@ void TestHidDevice::stopWithoutAThreadOnlyForgets()
 
 void TestHidDevice::readerThatCannotOpenLeavesTheBindingDetached()
 {
-    BindingRig rig({true, false, false});
+    BindingRig rig(openFailing());
     QVERIFY(rig.device.reset(EndpointOfHeadset20));
     QTRY_COMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "hide"}));
     QCOMPARE(rig.device.getName(), EndpointOfHeadset20);
@@ -666,7 +666,7 @@ void TestHidDevice::readerThatCannotOpenLeavesTheBindingDetached()
 void TestHidDevice::lateNoticeOfAReplacedReaderIsIgnored()
 {
     VirtualDevice broken = VirtualDevice::add(modelDescription("telephony-headset"));
-    broken.setFaults({true, false, false});
+    broken.setFaults(openFailing());
     VirtualDevice working = VirtualDevice::add(modelDescription("echoing-headset"));
     CapturingLogger logger;
     HidDevice device(nullptr);

@@ -28,6 +28,14 @@ inline hid::virt::DeviceDescription modelDescription(const char *model, int inde
     return description;
 }
 
+// Faults of a headset whose node cannot be opened, as one without permission to it.
+inline hid::virt::Faults openFailing()
+{
+    hid::virt::Faults faults;
+    faults.openFails = true;
+    return faults;
+}
+
 // The code of a row that the built-in dictionary lists explicitly.
 inline hid::HidCode dictionaryCode(unsigned short vid, unsigned short pid)
 {
