@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "logger.h"
 
+#include <QIODevice>
+
 #include <atomic>
 #include <mutex>
 #include <shared_mutex>

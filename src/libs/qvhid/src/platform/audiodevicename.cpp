@@ -136,7 +136,7 @@ Match byAlsaCardIndex(const QString &name, const QVector<SoundCard> &cards)
     const QString key = QStringLiteral("hw:");
     for (int at = name.indexOf(key); at >= 0; at = name.indexOf(key, at + 1)) {
         int start = at;
-        if (at >= 4 && name.midRef(at - 4, 4) == QLatin1String("plug"))
+        if (at >= 4 && name.mid(at - 4, 4) == QLatin1String("plug"))
             start = at - 4;
         if (start > 0 && isWordCharacter(name.at(start - 1)))
             continue;
@@ -152,7 +152,7 @@ Match byAlsaCardIndex(const QString &name, const QVector<SoundCard> &cards)
         }
         if (end < name.size() && isAsciiDigit(name.at(end)))
             continue;
-        const int number = name.midRef(at + key.size(), cardDigits).toInt();
+        const int number = name.mid(at + key.size(), cardDigits).toInt();
         for (int i = 0; i < cards.size(); ++i) {
             if (cards[i].number == number)
                 return found(i, QStringLiteral("ALSA card index %1").arg(name.mid(start, end - start)));

@@ -38,7 +38,7 @@ int cardNumberOf(const QString &name)
     if (!name.startsWith(QLatin1String("card")) || name.size() == 4)
         return -1;
     bool ok = false;
-    const int number = name.midRef(4).toInt(&ok);
+    const int number = name.mid(4).toInt(&ok);
     return ok && name.mid(4) == QString::number(number) ? number : -1;
 }
 
