@@ -12,28 +12,44 @@ function(qvhid_export_header target include_dir)
     install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${include_dir})
 endfunction()
 
-# qvhid_package_library(TARGET): what each shared library of the package has in common.
-# - a versioned SONAME, and an export name for the QvHid:: imported target;
-# - no undefined symbols left for the loader, and an export list, <dir>/TARGET.map, so that
-#   only the library's own API leaves it (not the standard-library code it instantiates);
-# - installation into the QvHid export set, with a relocatable pkg-config file made from
-#   cmake/TARGET.pc.in.
+# qvhid_package_library(TARGET [LINKS_QT]): what each shared library of the package has in
+# common.
+# - a versioned SONAME, and an export name for the package's imported target;
+# - LINKS_QT: the library links Qt, so its file and pkg-config names carry the Qt 6 suffix;
+# - a run path to its sibling libraries (QVHID_LIBRARY_RPATH);
+# - no undefined symbols left for the loader, and, where there is one, an export list,
+#   <dir>/TARGET.map, so that only the library's own API leaves it (not the standard-library
+#   code it instantiates);
+# - installation into the package's export set, with a relocatable pkg-config file made from
+#   cmake/TARGET.pc.in where there is one.
 function(qvhid_package_library target)
-    set(map ${CMAKE_CURRENT_SOURCE_DIR}/${target}.map)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "LINKS_QT" "" "")
+    set(name ${target})
+    if(arg_LINKS_QT)
+        set(name ${target}${QVHID_NAME_SUFFIX})
+    endif()
     set_target_properties(${target} PROPERTIES
+        OUTPUT_NAME ${name}
         VERSION ${PROJECT_VERSION}
         SOVERSION ${PROJECT_VERSION_MAJOR}
-        EXPORT_NAME ${target})
-    target_link_options(${target} PRIVATE "LINKER:--version-script=${map}")
+        EXPORT_NAME ${target}
+        INSTALL_RPATH "${QVHID_LIBRARY_RPATH}")
+    set(map ${CMAKE_CURRENT_SOURCE_DIR}/${target}.map)
+    if(EXISTS ${map})
+        target_link_options(${target} PRIVATE "LINKER:--version-script=${map}")
+        set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
+    endif()
     # clang links its sanitizer runtimes into programs only, so a fuzz build leaves them undefined.
     if(NOT QVHID_FUZZ)
         target_link_options(${target} PRIVATE "LINKER:--no-undefined")
     endif()
-    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
 
-    install(TARGETS ${target} EXPORT QvHidTargets
+    install(TARGETS ${target} EXPORT ${QVHID_PACKAGE}Targets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-    configure_file(${PROJECT_SOURCE_DIR}/cmake/${target}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${target}.pc @ONLY)
-    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${target}.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    set(pc ${PROJECT_SOURCE_DIR}/cmake/${target}.pc.in)
+    if(EXISTS ${pc})
+        configure_file(${pc} ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
+        install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    endif()
 endfunction()

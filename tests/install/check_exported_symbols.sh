@@ -2,13 +2,22 @@
 # SPDX-License-Identifier: BSD-3-Clause
 # Checks what the two shared libraries export: their SONAMEs, the public API that must be
 # there, and nothing else (no standard-library or Qt template code, no internal helpers).
-# usage: check_exported_symbols.sh LIBQVHID LIBQVCOMMON LIBHIDAPI_PARSER LIBQVHID_VIRTUAL
+# usage: check_exported_symbols.sh QT_MAJOR_VERSION LIBQVHID LIBQVCOMMON LIBHIDAPI_PARSER LIBQVHID_VIRTUAL
 set -euo pipefail
-qvhid=$1
-qvcommon=$2
-parser=$3
-virtual=$4
+qt=$1
+qvhid=$2
+qvcommon=$3
+parser=$4
+virtual=$5
 status=0
+# What differs between the Qt 5 and the Qt 6 build: the names of the libraries that link Qt,
+# and QVector, which is QList in Qt 6.
+suffix=""
+vector=QVector
+if [ "$qt" -eq 6 ]; then
+    suffix=-qt6
+    vector=QList
+fi
 
 exported() { nm -D --defined-only "$1" | awk '{ $1 = ""; $2 = ""; sub(/^ +/, ""); print }' | c++filt; }
 
@@ -46,8 +55,8 @@ check_has() {
     done
 }
 
-check_soname "$qvhid" libqvhid.so.1
-check_soname "$qvcommon" libqvcommon.so.1
+check_soname "$qvhid" "libqvhid$suffix.so.1"
+check_soname "$qvcommon" "libqvcommon$suffix.so.1"
 check_soname "$parser" libhidapi_parser.so.1
 check_soname "$virtual" libqvhid_virtual.so.1
 
@@ -95,7 +104,7 @@ check_has "$qvhid" \
     'hid::HidDevice::chooseAudioDevice(QString const&)' \
     'hid::ListSoundCards(hid::SystemView const&)' \
     'hid::UsbDeviceOfHidPath(hid::SystemView const&, QString const&)' \
-    'hid::ResolveAudioDeviceName(QString const&, QVector<hid::SoundCard> const&)'
+    "hid::ResolveAudioDeviceName(QString const&, $vector<hid::SoundCard> const&)"
 check_has "$parser" hid_read_descriptor hid_parse_descriptor hid_read_sysfs_descriptor \
     hid_set_element_callback hid_parse_input_report hid_get_output_report
 check_has "$virtual" hid_init hid_exit hid_enumerate hid_free_enumeration hid_open hid_open_path \

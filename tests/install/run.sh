@@ -1,12 +1,24 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: BSD-3-Clause
-# Installs the built project into a fresh prefix, then builds and runs a small application
-# against it twice: once through find_package(QvHid), once through pkg-config.
-# usage: run.sh BUILD_DIR CONSUMER_SOURCE_DIR WORK_DIR
+# Installs the built project into a fresh prefix and checks the installed tree: its headers and
+# libraries under the names of its Qt flavour, libraries that need only that Qt major version,
+# programs that start without LD_LIBRARY_PATH (also after the tree was moved). Then builds and
+# runs a small application against it twice: once through find_package, once through
+# pkg-config.
+# usage: run.sh QT_MAJOR_VERSION BUILD_DIR CONSUMER_SOURCE_DIR WORK_DIR
 set -euo pipefail
-build=$1
-consumer=$2
-work=$3
+qt=$1
+build=$2
+consumer=$3
+work=$4
+
+# The names that carry the Qt 6 build's suffix; the Qt 5 build's are the plain names.
+suffix=""
+package=QvHid
+if [ "$qt" -eq 6 ]; then
+    suffix=-qt6
+    package=QvHidQt6
+fi
 
 rm -rf "$work"
 mkdir -p "$work"
@@ -14,26 +26,43 @@ prefix=$work/prefix
 
 cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 
-for header in qvhid/hiddevicemanager.h qvhid/hiddeviceinfo.h qvhid/qvhid_export.h \
-              qvhid/hiddecoderbase.h qvhid/platform/hiddecoder.h qvhid/platform/reportdescriptor.h \
+fail() { echo "FAIL: $*"; exit 1; }
+
+for header in "qvhid$suffix/hiddevicemanager.h" "qvhid$suffix/hiddeviceinfo.h" "qvhid$suffix/qvhid_export.h" \
+              "qvhid$suffix/hiddecoderbase.h" "qvhid$suffix/platform/hiddecoder.h" "qvhid$suffix/platform/reportdescriptor.h" \
               hidapi_parser/hidapi_parser.h hidapi_parser/hidapi_parser_export.h \
               qvhid_virtual/virtualhid.h qvhid_virtual/virtualmodels.h qvhid_virtual/qvhid_virtual_export.h \
-              qvcommon/logger.h qvcommon/singleton.h qvcommon/qvcommon_export.h; do
-    [ -f "$prefix/include/$header" ] || { echo "FAIL: $header was not installed"; exit 1; }
+              "qvcommon$suffix/logger.h" "qvcommon$suffix/singleton.h" "qvcommon$suffix/qvcommon_export.h"; do
+    [ -f "$prefix/include/$header" ] || fail "$header was not installed"
 done
-if [ -e "$prefix/include/qvhid/hidlog.h" ]; then
-    echo "FAIL: the internal logging header was installed"
-    exit 1
-fi
+[ -e "$prefix/include/qvhid$suffix/hidlog.h" ] && fail "the internal logging header was installed"
 
-libdir=$(dirname "$(find "$prefix" -name 'libqvhid.so.1' | head -n 1)")
-for lib in libqvhid.so libqvhid.so.1 libqvcommon.so libqvcommon.so.1 \
-           libhidapi_parser.so.1 libqvhid_virtual.so.1; do
-    [ -e "$libdir/$lib" ] || { echo "FAIL: $lib was not installed"; exit 1; }
+libdir=$(dirname "$(find "$prefix" -name "libqvhid$suffix.so.1" | head -n 1)")
+for lib in "libqvhid$suffix.so" "libqvhid$suffix.so.1" "libqvcommon$suffix.so" "libqvcommon$suffix.so.1" \
+           libhidapi_parser.so.1 libqvhid_virtual.so.1 "pkgconfig/qvhid$suffix.pc" \
+           "cmake/$package/${package}Config.cmake"; do
+    [ -e "$libdir/$lib" ] || fail "$lib was not installed"
 done
+[ -x "$prefix/bin/qvhid-probe$suffix" ] || fail "qvhid-probe$suffix was not installed"
+# The udev rules have one name in both builds: they only name the dictionary's headsets.
+[ -f "$prefix/lib/udev/rules.d/70-qvhid-headsets.rules" ] || fail "the udev rules were not installed"
+
+# Each library and program needs the Qt of its own flavour and no other.
+for file in "$libdir"/lib*.so.1 "$prefix/bin/qvhid-probe$suffix"; do
+    other=$(readelf -d "$file" | sed -n 's/.*(NEEDED).*\[\(libQt[0-9]*\).*/\1/p' | grep -v -x "libQt$qt" || true)
+    [ -z "$other" ] || fail "$file needs $other"
+done
+
+# Installed programs find their own libraries, here and after the whole tree has moved.
+env -u LD_LIBRARY_PATH "$prefix/bin/qvhid-probe$suffix" list >"$work/probe.log" ||
+    fail "the installed probe did not run: $(cat "$work/probe.log")"
+mv "$prefix" "$work/moved"
+env -u LD_LIBRARY_PATH "$work/moved/bin/qvhid-probe$suffix" list >"$work/probe-moved.log" ||
+    fail "the probe of a moved tree did not run: $(cat "$work/probe-moved.log")"
+mv "$work/moved" "$prefix"
 
 # Whatever flags the project was built with (sanitizers, say) are passed on to the consumer.
-cmake -S "$consumer" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -S "$consumer" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" -DQVHID_PACKAGE="$package" \
       -DCMAKE_CXX_FLAGS="${QVHID_CONSUMER_FLAGS:-}" >"$work/configure.log"
 cmake --build "$work/cmake-build" >"$work/build.log"
 LD_LIBRARY_PATH="$libdir" "$work/cmake-build/qvhid-consumer"
@@ -41,6 +70,6 @@ LD_LIBRARY_PATH="$libdir" "$work/cmake-build/qvhid-consumer"
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 # shellcheck disable=SC2046
 c++ -std=c++17 -fPIC ${QVHID_CONSUMER_FLAGS:-} "$consumer/main.cpp" -o "$work/pkgconfig-consumer" \
-    $(pkg-config --cflags --libs qvhid_virtual qvhid hidapi_parser) $(pkg-config --cflags hidapi-hidraw)
+    $(pkg-config --cflags --libs qvhid_virtual "qvhid$suffix" hidapi_parser) $(pkg-config --cflags hidapi-hidraw)
 LD_LIBRARY_PATH="$libdir" "$work/pkgconfig-consumer"
-echo "install consumer: OK"
+echo "install consumer (Qt $qt): OK"
