@@ -7,31 +7,38 @@
 #   scripts/bench.sh                # the full run, about five minutes
 #   scripts/bench.sh --quick        # fewer samples and 5 idle seconds: under two minutes
 #   scripts/bench.sh --json FILE    # also write the figures as one JSON object to FILE
+#   scripts/bench.sh --qt 6         # on the Qt 6 build (build-bench-qt6/); Qt 5 by default
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 live=(--presses 1000 --calls 250 --bindings 50 --replugs 200 --idle-seconds 60)
 repetitions=5
 json=""
+qt=5
 while [ $# -gt 0 ]; do
     case "$1" in
         --quick) live=(--presses 100 --calls 20 --bindings 5 --replugs 10 --idle-seconds 5); repetitions=1; shift ;;
         --json) json=$(realpath -m "$2"); shift 2 ;;
+        --qt) qt=$2; shift 2 ;;
         *) echo "unknown argument: $1" >&2; exit 2 ;;
     esac
 done
 
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config qtbase5-dev libhidapi-dev libudev-dev libbenchmark-dev
+case "$qt" in
+    5) qt_packages=(qtbase5-dev); build=$root/build-bench ;;
+    6) qt_packages=(qt6-base-dev qt6-scxml-dev qt6-5compat-dev); build=$root/build-bench-qt6 ;;
+    *) echo "--qt takes 5 or 6, not '$qt'" >&2; exit 2 ;;
+esac
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config libhidapi-dev libudev-dev libbenchmark-dev "${qt_packages[@]}"
 
-build=$root/build-bench
-cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release -DQVHID_BUILD_TESTS=OFF >/dev/null
+cmake -S "$root" -B "$build" -DQVHID_QT_VERSION="$qt" -DCMAKE_BUILD_TYPE=Release -DQVHID_BUILD_TESTS=OFF >/dev/null
 cmake --build "$build" -j"$(nproc)" --target bench_functions bench_live >/dev/null
 
 out=$build/performance.md
 {
     echo "Machine: $(nproc) cores, $(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -1)," \
          "Linux $(uname -r), Debian $(cat /etc/debian_version), $(g++ --version | head -1)," \
-         "Qt $(pkg-config --modversion Qt5Core), release build of $(git -C "$root" rev-parse --short HEAD 2>/dev/null || echo 'an unknown commit')."
+         "Qt $(pkg-config --modversion Qt${qt}Core), release build of $(git -C "$root" rev-parse --short HEAD 2>/dev/null || echo 'an unknown commit')."
     echo
     echo "| Function | CPU time per call (ns) | Throughput (MB/s) |"
     echo "|---|---|---|"

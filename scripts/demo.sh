@@ -5,15 +5,27 @@
 #
 #   scripts/demo.sh                 # the standard telephony headset
 #   scripts/demo.sh MODEL           # another one; scripts/demo.sh --list-models names them
+#   scripts/demo.sh --qt6 [MODEL]   # the same on the Qt 6 build (build-qt6/)
 #
 # Missing Debian packages are installed with apt-get (which needs root).
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+qt=5
+qt_packages=(qtbase5-dev)
 build_dir=$root/build
+probe=qvhid-probe
+if [ "${1:-}" = "--qt6" ]; then
+    shift
+    qt=6
+    qt_packages=(qt6-base-dev qt6-scxml-dev qt6-5compat-dev)
+    build_dir=$root/build-qt6
+    probe=qvhid-probe-qt6
+fi
 
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config qtbase5-dev libhidapi-dev libudev-dev
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config libhidapi-dev libudev-dev "${qt_packages[@]}"
 
-cmake -S "$root" -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQVHID_BUILD_BENCHMARKS=OFF >/dev/null
+cmake -S "$root" -B "$build_dir" -DQVHID_QT_VERSION="$qt" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DQVHID_BUILD_BENCHMARKS=OFF >/dev/null
 cmake --build "$build_dir" -j"$(nproc)" --target qvhid-probe >/dev/null
-exec "$build_dir/tools/qvhid-probe/qvhid-probe" demo "$@"
+exec "$build_dir/tools/qvhid-probe/$probe" demo "$@"
