@@ -62,8 +62,16 @@ int main(int argc, char **argv)
                 reports.push_back(button.release);
             }
             const uint8_t vendorPages = description.usagePage >= 0xFF00 ? 1 : 0;
-            descriptorSeed(QStringLiteral("%1-%2").arg(QString::fromStdString(model.name)).arg(interface++),
-                           description.descriptor, reports, vendorPages);
+            const QString name = QStringLiteral("%1-%2").arg(QString::fromStdString(model.name)).arg(interface++);
+            descriptorSeed(name, description.descriptor, reports, vendorPages);
+            // qvhid-udev-id's input: ids present, vendor and product id, the descriptor.
+            QByteArray identified(1, '\x01');
+            for (const unsigned short id : {description.vendorId, description.productId}) {
+                identified += char(id & 0xFF);
+                identified += char(id >> 8);
+            }
+            identified += toBytes(description.descriptor);
+            ok = write(out.filePath(QStringLiteral("udev_id")), name, identified) && ok;
         }
     }
     descriptorSeed(QStringLiteral("telephony-headset"), toVector(descriptors::telephonyHeadset()),

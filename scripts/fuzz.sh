@@ -31,7 +31,7 @@ while [ $# -gt 0 ]; do
         *) targets+=("$1"); shift ;;
     esac
 done
-[ ${#targets[@]} -gt 0 ] || targets=(descriptor_parser report_parser headset_decoder dictionary parent_name)
+[ ${#targets[@]} -gt 0 ] || targets=(descriptor_parser report_parser headset_decoder dictionary parent_name udev_id)
 
 bash "$root/scripts/install-packages.sh" cmake clang libclang-rt-14-dev make pkg-config qtbase5-dev libhidapi-dev libudev-dev
 

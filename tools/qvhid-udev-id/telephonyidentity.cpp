@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#include "telephonyidentity.h"
+
+#include <hiddecoderbase.h>
+#include <hiddeviceinfo.h>
+#include <platform/reportdescriptor.h>
+
+#include <hidapi_parser.h>
+
+#include <cstdio>
+#include <sstream>
+
+namespace udevid {
+
+namespace {
+
+constexpr unsigned short TelephonyPage = 0x0B;
+constexpr unsigned short HeadsetUsage = 0x05;
+
+} // namespace
+
+Identity identify(const unsigned char *descriptor, std::size_t length, const std::optional<DeviceIds> &ids)
+{
+    if (!descriptor || length == 0 || length > HID_PARSER_MAX_DESCRIPTOR_SIZE)
+        return Identity::None;
+    const hid::ReportDescriptor parsed(hid_parse_descriptor(descriptor, length));
+    if (!parsed)
+        return Identity::None;
+    if (hid::HidDecoderBase::findCallControlCollection(parsed.get(), TelephonyPage, HeadsetUsage))
+        return Identity::TelephonyHeadset;
+    if (!ids)
+        return Identity::None;
+    // Only a row of the model's own: a vendor-wide row would take in the vendor's mice too.
+    bool isExplicit = false;
+    const hid::HidCode code = hid::HidDeviceDict::getHidCode(ids->vendorId, ids->productId, isExplicit);
+    if (isExplicit && hid::HidDecoderBase::findCallControlCollection(parsed.get(), code.devUsagePage, code.devUsageID))
+        return Identity::ListedModel;
+    return Identity::None;
+}
+
+std::optional<DeviceIds> idsFromUevent(const std::string &uevent)
+{
+    std::istringstream lines(uevent);
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (line.rfind("HID_ID=", 0) != 0)
+            continue;
+        unsigned int bus = 0;
+        unsigned int vendor = 0;
+        unsigned int product = 0;
+        char end = 0;
+        // Three hexadecimal fields and nothing after them.
+        if (std::sscanf(line.c_str() + 7, "%8x:%8x:%8x%c", &bus, &vendor, &product, &end) != 3)
+            return std::nullopt;
+        if (vendor > 0xFFFF || product > 0xFFFF)
+            return std::nullopt;
+        return DeviceIds{static_cast<unsigned short>(vendor), static_cast<unsigned short>(product)};
+    }
+    return std::nullopt;
+}
+
+} // namespace udevid

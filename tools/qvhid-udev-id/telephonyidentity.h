@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: BSD-3-Clause
+#ifndef QVHID_UDEV_ID_TELEPHONYIDENTITY_H
+#define QVHID_UDEV_ID_TELEPHONYIDENTITY_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace udevid {
+
+// A HID device's USB vendor and product id.
+struct DeviceIds
+{
+    unsigned short vendorId = 0;
+    unsigned short productId = 0;
+};
+
+// Why a HID interface is one the library binds by what the device is.
+enum class Identity {
+    None,             // nothing the library would bind: a keyboard, a mouse, a headset's other interfaces
+    TelephonyHeadset, // a Telephony Headset application collection (HID Usage Tables: page 0x0B, usage 0x05)
+    ListedModel,      // a model that the built-in dictionary lists, on its configuration's collection
+};
+
+// What the interface with this report descriptor (as sysfs gives it) and these ids is. The
+// descriptor is parsed by the report-parser library; one that is empty, longer than it takes or
+// not valid is None.
+Identity identify(const unsigned char *descriptor, std::size_t length, const std::optional<DeviceIds> &ids);
+
+// The vendor and product id from the text of a HID device's uevent file ("HID_ID=0003:00000B0E:
+// 0000030D"), or nothing when it has none that fits.
+std::optional<DeviceIds> idsFromUevent(const std::string &uevent);
+
+} // namespace udevid
+
+#endif // QVHID_UDEV_ID_TELEPHONYIDENTITY_H
