@@ -37,7 +37,7 @@ if [ -n "$build_dir" ] && [ "$qt_versions" = "5 6" ]; then
     exit 2
 fi
 
-packages=(cmake g++ make pkg-config binutils libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen)
+packages=(cmake g++ make pkg-config binutils libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen udev)
 for qt in $qt_versions; do
     case "$qt" in
         5) packages+=(qtbase5-dev) ;;

@@ -44,11 +44,16 @@ for lib in "libqvhid$suffix.so" "libqvhid$suffix.so.1" "libqvcommon$suffix.so" "
     [ -e "$libdir/$lib" ] || fail "$lib was not installed"
 done
 [ -x "$prefix/bin/qvhid-probe$suffix" ] || fail "qvhid-probe$suffix was not installed"
-# The udev rules have one name in both builds: they only name the dictionary's headsets.
-[ -f "$prefix/lib/udev/rules.d/70-qvhid-headsets.rules" ] || fail "the udev rules were not installed"
+# The udev rules and the program they run, one pair per build; the rules name the program
+# by its installed path.
+rules=$prefix/lib/udev/rules.d/70-qvhid-telephony$suffix.rules
+udev_id=$prefix/lib/udev/qvhid-udev-id$suffix
+[ -f "$rules" ] || fail "the udev rules were not installed"
+[ -x "$udev_id" ] || fail "qvhid-udev-id$suffix was not installed"
+grep -q -F "IMPORT{program}=\"$udev_id %k\"" "$rules" || fail "the udev rules do not run $udev_id: $(cat "$rules")"
 
 # Each library and program needs the Qt of its own flavour and no other.
-for file in "$libdir"/lib*.so.1 "$prefix/bin/qvhid-probe$suffix"; do
+for file in "$libdir"/lib*.so.1 "$prefix/bin/qvhid-probe$suffix" "$udev_id"; do
     other=$(readelf -d "$file" | sed -n 's/.*(NEEDED).*\[\(libQt[0-9]*\).*/\1/p' | grep -v -x "libQt$qt" || true)
     [ -z "$other" ] || fail "$file needs $other"
 done
@@ -56,6 +61,8 @@ done
 # Installed programs find their own libraries, here and after the whole tree has moved.
 env -u LD_LIBRARY_PATH "$prefix/bin/qvhid-probe$suffix" list >"$work/probe.log" ||
     fail "the installed probe did not run: $(cat "$work/probe.log")"
+identity=$(env -u LD_LIBRARY_PATH "$udev_id" hidraw999) || fail "the installed qvhid-udev-id$suffix did not run"
+[ -z "$identity" ] || fail "the installed qvhid-udev-id$suffix named a missing node a headset: $identity"
 mv "$prefix" "$work/moved"
 env -u LD_LIBRARY_PATH "$work/moved/bin/qvhid-probe$suffix" list >"$work/probe-moved.log" ||
     fail "the probe of a moved tree did not run: $(cat "$work/probe-moved.log")"

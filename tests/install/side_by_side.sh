@@ -2,8 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 # Installs a Qt 5 and a Qt 6 build of the project into one prefix and checks that they live
 # side by side: the only files both install are the Qt-free ones (the report-parser and
-# virtual-headset libraries with their headers and pkg-config files, and the udev rules), the
-# text ones identical; each probe runs without LD_LIBRARY_PATH; an application builds and
+# virtual-headset libraries with their headers and pkg-config files), the text ones identical; each probe runs without LD_LIBRARY_PATH; an application builds and
 # binds a virtual headset against each CMake package.
 # usage: side_by_side.sh QT5_BUILD_DIR QT6_BUILD_DIR CONSUMER_SOURCE_DIR WORK_DIR
 set -euo pipefail
@@ -21,12 +20,11 @@ cmake --install "$build6" --prefix "$work/qt6" >"$work/install-qt6.log"
 (cd "$work/qt5" && find . -type f -o -type l | sort) >"$work/qt5.files"
 (cd "$work/qt6" && find . -type f -o -type l | sort) >"$work/qt6.files"
 
-shared_expected='^\./(include/(hidapi_parser|qvhid_virtual)/[^/]+|lib[^/]*/lib(hidapi_parser|qvhid_virtual)\.so(\.[0-9.]+)?|lib[^/]*/pkgconfig/(hidapi_parser|qvhid_virtual)\.pc|lib/udev/rules\.d/70-qvhid-headsets\.rules)$'
+shared_expected='^\./(include/(hidapi_parser|qvhid_virtual)/[^/]+|lib[^/]*/lib(hidapi_parser|qvhid_virtual)\.so(\.[0-9.]+)?|lib[^/]*/pkgconfig/(hidapi_parser|qvhid_virtual)\.pc)$'
 comm -12 "$work/qt5.files" "$work/qt6.files" >"$work/shared.files"
 [ -s "$work/shared.files" ] || fail "the two builds share no file; the Qt-free libraries should be shared"
 unexpected=$(grep -v -E "$shared_expected" "$work/shared.files" || true)
 [ -z "$unexpected" ] || fail "both builds install these files: $unexpected"
-grep -q 'rules\.d/70-qvhid-headsets\.rules$' "$work/shared.files" || fail "the udev rules are not installed by both"
 while read -r file; do
     case "$file" in
         *.so*) continue ;;
@@ -41,6 +39,10 @@ env -u LD_LIBRARY_PATH "$prefix/bin/qvhid-probe" list >"$work/probe-qt5.log" ||
     fail "qvhid-probe did not run: $(cat "$work/probe-qt5.log")"
 env -u LD_LIBRARY_PATH "$prefix/bin/qvhid-probe-qt6" list >"$work/probe-qt6.log" ||
     fail "qvhid-probe-qt6 did not run: $(cat "$work/probe-qt6.log")"
+
+for rules in 70-qvhid-telephony.rules 70-qvhid-telephony-qt6.rules; do
+    [ -f "$prefix/lib/udev/rules.d/$rules" ] || fail "$rules is missing from the shared prefix"
+done
 
 libdir=$(dirname "$(find "$prefix" -name libqvhid.so.1 | head -n 1)")
 for package in QvHid QvHidQt6; do

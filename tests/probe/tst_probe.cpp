@@ -51,7 +51,6 @@ private slots:
     void udevRulesOfADictionaryFile();
     void udevRulesSayHowToReachHeadsetsOfTheFallback();
     void udevRulesOfAMissingFileIsAUsageError();
-    void builtRulesFileMatchesTheCommand();
 };
 
 void TestProbe::withoutCommandShowsTheCommands()
@@ -246,13 +245,6 @@ void TestProbe::udevRulesOfAMissingFileIsAUsageError()
         runProbe({QStringLiteral("udev-rules"), QStringLiteral("--dictionary"), QStringLiteral("/nonexistent.json")});
     QCOMPARE(run.exitCode, 2);
     QVERIFY(run.err.contains(QLatin1String("cannot read /nonexistent.json")));
-}
-
-void TestProbe::builtRulesFileMatchesTheCommand()
-{
-    QFile built(QStringLiteral(RULES_FILE));
-    QVERIFY(built.open(QIODevice::ReadOnly));
-    QCOMPARE(QString::fromUtf8(built.readAll()), runProbe({QStringLiteral("udev-rules")}).out);
 }
 
 QTEST_GUILESS_MAIN(TestProbe)
