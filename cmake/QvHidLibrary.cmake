@@ -1,6 +1,11 @@
 # SPDX-License-Identifier: BSD-3-Clause
 include(GenerateExportHeader)
 
+# Every install() names the component it belongs to, so that each Debian package (see
+# QvHidPackaging.cmake) takes its own files: a library's CMakeLists sets
+# QVHID_RUNTIME_COMPONENT (what a program needs at run time) and QVHID_DEV_COMPONENT (what
+# building against it needs) before it calls the functions below.
+
 # qvhid_export_header(TARGET INCLUDE_DIR): TARGET_export.h, which defines TARGET_EXPORT (in
 # capitals) for what leaves the shared library, made by CMake in the build directory and
 # installed beside the library's headers in INCLUDE_DIR. Every library marks its API so.
@@ -9,7 +14,7 @@ function(qvhid_export_header target include_dir)
     set(header ${CMAKE_CURRENT_BINARY_DIR}/${target}_export.h)
     generate_export_header(${target} EXPORT_MACRO_NAME ${upper}_EXPORT EXPORT_FILE_NAME ${header})
     target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_CURRENT_BINARY_DIR}>)
-    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${include_dir})
+    install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${include_dir} COMPONENT ${QVHID_DEV_COMPONENT})
 endfunction()
 
 # qvhid_package_library(TARGET [LINKS_QT]): what each shared library of the package has in
@@ -45,11 +50,12 @@ function(qvhid_package_library target)
     endif()
 
     install(TARGETS ${target} EXPORT ${QVHID_PACKAGE}Targets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+            COMPONENT ${QVHID_RUNTIME_COMPONENT} NAMELINK_COMPONENT ${QVHID_DEV_COMPONENT})
     set(pc ${PROJECT_SOURCE_DIR}/cmake/${target}.pc.in)
     if(EXISTS ${pc})
         configure_file(${pc} ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc @ONLY)
         install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc
-            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${QVHID_DEV_COMPONENT})
     endif()
 endfunction()
