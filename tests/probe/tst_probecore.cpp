@@ -68,6 +68,8 @@ private slots:
     void findsAnInstalledRule();
     void deniedAccessNamesTheMissingRule();
     void deniedAccessWithARuleSaysToReplug();
+    void deniedTelephonyHeadsetNamesTheTelephonyRules();
+    void deniedTelephonyHeadsetWithTheTelephonyRulesSaysToReplug();
     void jsonLayoutGivesLinesAndDuplicateKeys();
     void lineAndColumnOfAnOffset();
 };
@@ -172,7 +174,7 @@ void TestProbeCore::findsAnInstalledRule()
 void TestProbeCore::deniedAccessNamesTheMissingRule()
 {
     QTemporaryDir empty;
-    const QString text = probe::deniedAccess({empty.path()}, 0x1209, 0x00AB);
+    const QString text = probe::deniedAccess({empty.path()}, 0x1209, 0x00AB, false);
     QVERIFY2(text.startsWith(
                  QLatin1String("denied; no udev rule gives the user access to it. The missing rule is\n"
                                "        SUBSYSTEM==\"hidraw\", ATTRS{idVendor}==\"1209\", ATTRS{idProduct}==\"00ab\", "
@@ -187,8 +189,41 @@ void TestProbeCore::deniedAccessWithARuleSaysToReplug()
     QTemporaryDir lib;
     const QString rules = lib.filePath(QStringLiteral("70-qvhid-headsets.rules"));
     writeText(rules, probe::udevRule(0x1209, 0x00AB).toUtf8() + "\n");
-    const QString text = probe::deniedAccess({lib.path()}, 0x1209, 0x00AB);
+    const QString text = probe::deniedAccess({lib.path()}, 0x1209, 0x00AB, false);
     QVERIFY2(text.startsWith(QStringLiteral("denied, although %1 has a rule for it.").arg(rules)), qPrintable(text));
+    QVERIFY(text.contains(QLatin1String("unplug the headset and plug it in again")));
+    QVERIFY(text.contains(QLatin1String("not to a login over ssh")));
+}
+
+void TestProbeCore::deniedTelephonyHeadsetNamesTheTelephonyRules()
+{
+    QTemporaryDir lib;
+    // A per-model rule of another model does not cover it; nor does it matter for a headset.
+    writeText(lib.filePath(QStringLiteral("70-qvhid-headsets.rules")), probe::udevRule(0x0B0E, 0x030D).toUtf8() + "\n");
+    QCOMPARE(probe::findTelephonyRules({lib.path()}), QString());
+    const QString text = probe::deniedAccess({lib.path()}, 0x1209, 0x00AB, true);
+    QVERIFY2(
+        text.startsWith(QLatin1String("denied; the library's udev rules for telephony headsets are not installed.")),
+        qPrintable(text));
+    QVERIFY(text.contains(QLatin1String("70-qvhid-telephony.rules")));
+    QVERIFY(text.contains(QLatin1String("udevadm control --reload && udevadm trigger --subsystem-match=hidraw")));
+    QVERIFY(!text.contains(QLatin1String("ATTRS{idVendor}")));
+}
+
+void TestProbeCore::deniedTelephonyHeadsetWithTheTelephonyRulesSaysToReplug()
+{
+    QTemporaryDir etc;
+    QTemporaryDir lib;
+    writeText(etc.filePath(QStringLiteral("60-other.rules")), "SUBSYSTEM==\"input\", TAG+=\"uaccess\"\n");
+    const QString rules = lib.filePath(QStringLiteral("70-qvhid-telephony.rules"));
+    QFile shipped(QStringLiteral(TELEPHONY_RULES));
+    QVERIFY(shipped.open(QIODevice::ReadOnly));
+    writeText(rules, shipped.readAll());
+    QCOMPARE(probe::findTelephonyRules({etc.path(), lib.path()}), rules);
+    const QString text = probe::deniedAccess({etc.path(), lib.path()}, 0x1209, 0x00AB, true);
+    QVERIFY2(text.startsWith(
+                 QStringLiteral("denied, although %1 gives the user at the seat every telephony headset.").arg(rules)),
+             qPrintable(text));
     QVERIFY(text.contains(QLatin1String("unplug the headset and plug it in again")));
     QVERIFY(text.contains(QLatin1String("not to a login over ssh")));
 }

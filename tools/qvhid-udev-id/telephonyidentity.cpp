@@ -24,16 +24,21 @@ Identity identify(const unsigned char *descriptor, std::size_t length, const std
     if (!descriptor || length == 0 || length > HID_PARSER_MAX_DESCRIPTOR_SIZE)
         return Identity::None;
     const hid::ReportDescriptor parsed(hid_parse_descriptor(descriptor, length));
-    if (!parsed)
+    return identify(parsed.get(), ids);
+}
+
+Identity identify(const hid_descriptor *descriptor, const std::optional<DeviceIds> &ids)
+{
+    if (!descriptor)
         return Identity::None;
-    if (hid::HidDecoderBase::findCallControlCollection(parsed.get(), TelephonyPage, HeadsetUsage))
+    if (hid::HidDecoderBase::findCallControlCollection(descriptor, TelephonyPage, HeadsetUsage))
         return Identity::TelephonyHeadset;
     if (!ids)
         return Identity::None;
     // Only a row of the model's own: a vendor-wide row would take in the vendor's mice too.
     bool isExplicit = false;
     const hid::HidCode code = hid::HidDeviceDict::getHidCode(ids->vendorId, ids->productId, isExplicit);
-    if (isExplicit && hid::HidDecoderBase::findCallControlCollection(parsed.get(), code.devUsagePage, code.devUsageID))
+    if (isExplicit && hid::HidDecoderBase::findCallControlCollection(descriptor, code.devUsagePage, code.devUsageID))
         return Identity::ListedModel;
     return Identity::None;
 }

@@ -6,6 +6,9 @@
 #include <optional>
 #include <string>
 
+/// The report-parser library's parsed descriptor, as its header declares it.
+struct hid_descriptor;
+
 namespace udevid {
 
 // A HID device's USB vendor and product id.
@@ -26,6 +29,8 @@ enum class Identity {
 // descriptor is parsed by the report-parser library; one that is empty, longer than it takes or
 // not valid is None.
 Identity identify(const unsigned char *descriptor, std::size_t length, const std::optional<DeviceIds> &ids);
+// The same for a descriptor parsed already; null is None.
+Identity identify(const hid_descriptor *descriptor, const std::optional<DeviceIds> &ids);
 
 // The vendor and product id from the text of a HID device's uevent file ("HID_ID=0003:00000B0E:
 // 0000030D"), or nothing when it has none that fits.

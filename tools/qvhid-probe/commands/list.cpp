@@ -11,6 +11,7 @@
 #include <hiddevice.h>
 #include <hiddeviceinfo.h>
 #include <platform/reportdescriptor.h>
+#include <telephonyidentity.h>
 #include <hidapi.h>
 #include <hidapi_parser.h>
 #include <virtualmodels.h>
@@ -106,9 +107,11 @@ private:
               << ", usage " << hexId(interface.usage) << ", interface " << interface.interfaceNumber << "\n"
               << "    path: " << interface.path << "\n";
 
-        const QString access = accessOf(interface);
         // Read as the binding reads it: from sysfs, which anyone may read, else through the device.
         const hid::ReportDescriptor descriptor = hid::ReadReportDescriptor(m_system, interface.path);
+        const bool isTelephonyHeadset =
+            udevid::identify(descriptor.get(), std::nullopt) == udevid::Identity::TelephonyHeadset;
+        const QString access = accessOf(interface, isTelephonyHeadset);
         const CallControl control = findCallControl(descriptor.get());
         out() << "    descriptor: "
               << (descriptor ? describe(control) : QStringLiteral("cannot be read or is not valid")) << "\n";
@@ -251,13 +254,13 @@ private:
     }
 
     // Whether the current user may open the device, tried by opening it.
-    QString accessOf(const Interface &interface)
+    QString accessOf(const Interface &interface, bool isTelephonyHeadset)
     {
         if (isDeviceNode(interface.path) && ::access(interface.path.toUtf8().constData(), R_OK | W_OK) != 0) {
             const int error = errno;
             if (error == EACCES || error == EPERM) {
                 ++m_problems;
-                return deniedAccess(udevRuleDirectories(), interface.vid, interface.pid);
+                return deniedAccess(udevRuleDirectories(), interface.vid, interface.pid, isTelephonyHeadset);
             }
             return QStringLiteral("cannot open it: %1").arg(QString::fromLocal8Bit(std::strerror(error)));
         }

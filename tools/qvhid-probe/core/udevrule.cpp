@@ -60,16 +60,41 @@ QString findUdevRule(const QStringList &directories, unsigned short vid, unsigne
     return QString();
 }
 
-QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid)
+QString findTelephonyRules(const QStringList &directories)
 {
+    for (const QString &directory : directories) {
+        const QDir dir(directory);
+        for (const QString &name :
+             dir.entryList({QStringLiteral("*.rules")}, QDir::Files | QDir::Readable, QDir::Name)) {
+            QFile file(dir.filePath(name));
+            if (file.open(QIODevice::ReadOnly | QIODevice::Text) && file.readAll().contains("ID_QVHID_TELEPHONY"))
+                return file.fileName();
+        }
+    }
+    return QString();
+}
+
+QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid, bool isTelephonyHeadset)
+{
+    const QString replug = QStringLiteral(
+        "udev applies rules when a device appears:\n"
+        "        unplug the headset and plug it in again (or run 'udevadm trigger --subsystem-match=hidraw' as\n"
+        "        root). The rule gives access to the user logged in at the seat, not to a login over ssh.");
+    if (isTelephonyHeadset) {
+        const QString telephonyRules = findTelephonyRules(directories);
+        if (!telephonyRules.isEmpty())
+            return QStringLiteral("denied, although %1 gives the user at the seat every telephony headset. ")
+                       .arg(telephonyRules)
+                + replug;
+        return QStringLiteral(
+            "denied; the library's udev rules for telephony headsets are not installed. 'cmake --install'\n"
+            "        puts 70-qvhid-telephony.rules into lib/udev/rules.d of its prefix (the libqvhid1 package into\n"
+            "        /usr/lib/udev/rules.d); with another prefix than /usr, copy it to /etc/udev/rules.d. Then run\n"
+            "        'udevadm control --reload && udevadm trigger --subsystem-match=hidraw'.");
+    }
     const QString rulesFile = findUdevRule(directories, vid, pid);
     if (!rulesFile.isEmpty())
-        return QStringLiteral(
-                   "denied, although %1 has a rule for it. udev applies rules when a device appears:\n"
-                   "        unplug the headset and plug it in again (or run 'udevadm trigger --subsystem-match=hidraw' "
-                   "as\n"
-                   "        root). The rule gives access to the user logged in at the seat, not to a login over ssh.")
-            .arg(rulesFile);
+        return QStringLiteral("denied, although %1 has a rule for it. ").arg(rulesFile) + replug;
     return QStringLiteral(
                "denied; no udev rule gives the user access to it. The missing rule is\n"
                "        %1\n"

@@ -18,9 +18,16 @@ QStringList udevRuleDirectories();
 // the whole vendor), or empty when there is none.
 QString findUdevRule(const QStringList &directories, unsigned short vid, unsigned short pid);
 
-// Why the user may not open a device with these ids, and what to do: the udev rule that is
-// missing from `directories` and how to install it, or what to do when the rule is there.
-QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid);
+// The first rules file in `directories` that runs the library's udev program, which gives the
+// user at the seat access to every telephony headset; empty when there is none.
+QString findTelephonyRules(const QStringList &directories);
+
+// Why the user may not open a device with these ids, and what to do. A telephony headset
+// (`isTelephonyHeadset`: its descriptor has a Telephony Headset collection) is covered by the
+// library's telephony rules: how to install them, or what to do when they are there. Any other
+// device needs a rule of its own: the one missing from `directories` and how to install it, or
+// what to do when it is there.
+QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid, bool isTelephonyHeadset);
 
 } // namespace probe
 
