@@ -24,12 +24,12 @@ while [ $# -gt 0 ]; do
     esac
 done
 
-case "$qt" in
-    5) qt_packages=(qtbase5-dev); build=$root/build-bench ;;
-    6) qt_packages=(qt6-base-dev qt6-scxml-dev qt6-5compat-dev); build=$root/build-bench-qt6 ;;
-    *) echo "--qt takes 5 or 6, not '$qt'" >&2; exit 2 ;;
-esac
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config libhidapi-dev libudev-dev libbenchmark-dev "${qt_packages[@]}"
+source "$root/scripts/qt-packages.sh"
+packages=$(qt_packages "$qt") || exit 2
+read -r -a packages <<<"$packages"
+build=$root/build-bench
+[ "$qt" = 6 ] && build=$build-qt6
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config libhidapi-dev libudev-dev libbenchmark-dev "${packages[@]}"
 
 cmake -S "$root" -B "$build" -DQVHID_QT_VERSION="$qt" -DCMAKE_BUILD_TYPE=Release -DQVHID_BUILD_TESTS=OFF >/dev/null
 cmake --build "$build" -j"$(nproc)" --target bench_functions bench_live >/dev/null

@@ -26,12 +26,11 @@ done
 fail() { echo "FAIL: $*" >&2; exit 1; }
 
 packages=(cmake g++ make pkg-config binutils file dpkg-dev lintian libhidapi-dev libudev-dev)
+source "$root/scripts/qt-packages.sh"
 for qt in $qt_versions; do
-    case "$qt" in
-        5) packages+=(qtbase5-dev) ;;
-        6) packages+=(qt6-base-dev qt6-scxml-dev qt6-5compat-dev) ;;
-        *) echo "--qt takes 5 or 6, not '$qt'" >&2; exit 2 ;;
-    esac
+    more=$(qt_packages "$qt") || exit 2
+    read -r -a more <<<"$more"
+    packages+=("${more[@]}")
 done
 bash "$root/scripts/install-packages.sh" "${packages[@]}"
 

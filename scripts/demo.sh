@@ -12,18 +12,18 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 qt=5
-qt_packages=(qtbase5-dev)
 build_dir=$root/build
 probe=qvhid-probe
 if [ "${1:-}" = "--qt6" ]; then
     shift
     qt=6
-    qt_packages=(qt6-base-dev qt6-scxml-dev qt6-5compat-dev)
     build_dir=$root/build-qt6
     probe=qvhid-probe-qt6
 fi
 
-bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config libhidapi-dev libudev-dev "${qt_packages[@]}"
+source "$root/scripts/qt-packages.sh"
+read -r -a packages <<<"$(qt_packages "$qt")"
+bash "$root/scripts/install-packages.sh" cmake g++ make pkg-config libhidapi-dev libudev-dev "${packages[@]}"
 
 cmake -S "$root" -B "$build_dir" -DQVHID_QT_VERSION="$qt" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DQVHID_BUILD_BENCHMARKS=OFF >/dev/null

@@ -38,11 +38,10 @@ if [ -n "$build_dir" ] && [ "$qt_versions" = "5 6" ]; then
 fi
 
 packages=(cmake g++ make pkg-config binutils libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen udev)
+source "$root/scripts/qt-packages.sh"
 for qt in $qt_versions; do
-    case "$qt" in
-        5) packages+=(qtbase5-dev) ;;
-        6) packages+=(qt6-base-dev qt6-scxml-dev qt6-5compat-dev) ;;
-    esac
+    read -r -a more <<<"$(qt_packages "$qt")"
+    packages+=("${more[@]}")
 done
 bash "$root/scripts/install-packages.sh" "${packages[@]}"
 

@@ -26,8 +26,7 @@ std::string &unavailable()
 
 hid::virt::DeviceDescription withDescriptorFile(hid::virt::DeviceDescription description, const QString &file)
 {
-    description.descriptor =
-        bytesOfHex(QString::fromLatin1(readTestData(QStringLiteral("descriptors/") + file)).simplified());
+    description.descriptor = descriptorOfTestData(file);
     description.buttons.clear();
     return description;
 }

@@ -2,7 +2,8 @@
 #ifndef QVHID_TESTS_PROBERUN_H
 #define QVHID_TESTS_PROBERUN_H
 
-// Runs the command-line probe as a user runs it. PROBE names the program.
+// Runs the command-line probe (or another of the project's programs) as a user runs it. PROBE,
+// where a test defines it, names the probe.
 
 #include <QDir>
 #include <QFile>
@@ -17,10 +18,10 @@ struct ProbeRun
     QString err;
 };
 
-inline ProbeRun runProbe(const QStringList &arguments)
+inline ProbeRun runProgram(const QString &program, const QStringList &arguments)
 {
     QProcess process;
-    process.start(QStringLiteral(PROBE), arguments);
+    process.start(program, arguments);
     ProbeRun run;
     if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit)
         return run;
@@ -29,6 +30,13 @@ inline ProbeRun runProbe(const QStringList &arguments)
     run.err = QString::fromUtf8(process.readAllStandardError());
     return run;
 }
+
+#ifdef PROBE
+inline ProbeRun runProbe(const QStringList &arguments)
+{
+    return runProgram(QStringLiteral(PROBE), arguments);
+}
+#endif
 
 // Writes `text` to `name` in `directory`; returns the file's path.
 inline QString writeFile(const QDir &directory, const QString &name, const QByteArray &text)

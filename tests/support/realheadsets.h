@@ -62,6 +62,12 @@ inline QByteArray readTestData(const QString &name)
     return file.readAll();
 }
 
+// The report descriptor in tests/data/descriptors/`file`.
+inline hid::virt::Bytes descriptorOfTestData(const QString &file)
+{
+    return bytesOfHex(QString::fromLatin1(readTestData(QStringLiteral("descriptors/") + file)).simplified());
+}
+
 inline QVector<RealHeadset> realHeadsets()
 {
     QVector<RealHeadset> headsets;
@@ -82,8 +88,7 @@ inline QVector<RealHeadset> realHeadsets()
         description.manufacturer = L"Real Headset Test";
         description.serialNumber = L"RH-" + headset.model.toStdWString();
         description.interfaceNumber = 3;
-        description.descriptor = bytesOfHex(
-            QString::fromLatin1(readTestData(QStringLiteral("descriptors/") + headset.descriptorFile)).simplified());
+        description.descriptor = descriptorOfTestData(headset.descriptorFile);
         const QJsonObject buttons = entry.value(QStringLiteral("buttons")).toObject();
         for (auto button = buttons.begin(); button != buttons.end(); ++button) {
             const QJsonArray reports = button.value().toArray();

@@ -2,6 +2,7 @@
 // qvhid-udev-id: which hidraw devices it names telephony headsets, from their report
 // descriptors and ids, and the program as udev runs it, over a sysfs tree of the test's own.
 
+#include "proberun.h"
 #include "realheadsets.h"
 #include "sysfstree.h"
 #include "virtualheadsets.h"
@@ -12,7 +13,6 @@
 #include <hidapi_parser.h>
 
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -28,34 +28,14 @@ Identity identifyBytes(const hid::virt::Bytes &descriptor, const std::optional<D
     return udevid::identify(descriptor.data(), descriptor.size(), ids);
 }
 
-hid::virt::Bytes descriptorFile(const QString &name)
-{
-    return bytesOfHex(QString::fromLatin1(readTestData(QStringLiteral("descriptors/") + name)).simplified());
-}
-
 // Ids that the built-in dictionary lists, and ids that it does not.
 const DeviceIds ListedHeadset{0x0B0E, 0x030D};
 const DeviceIds ListedVendorPageModel{0x0B0E, 0xA346};
 const DeviceIds UnlistedIds{0x1209, 0x7777};
 
-struct ProgramRun
+ProbeRun runHelper(const QStringList &arguments)
 {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-ProgramRun runHelper(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(UDEV_ID), arguments);
-    ProgramRun run;
-    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.exitCode = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
+    return runProgram(QStringLiteral(UDEV_ID), arguments);
 }
 
 const QString Tagged = QStringLiteral("ID_QVHID_TELEPHONY=1\n");
@@ -157,7 +137,7 @@ void TestUdevId::devicesThatAreNotHeadsets_data()
 void TestUdevId::devicesThatAreNotHeadsets()
 {
     QFETCH(QString, file);
-    const hid::virt::Bytes descriptor = descriptorFile(file);
+    const hid::virt::Bytes descriptor = descriptorOfTestData(file);
     QVERIFY(!descriptor.empty());
     QVERIFY(hid::ReportDescriptor(hid_parse_descriptor(descriptor.data(), descriptor.size())));
     QCOMPARE(identifyBytes(descriptor, UnlistedIds), Identity::None);
@@ -255,7 +235,7 @@ void TestUdevId::programPrintsThePropertyOnlyForAHeadset()
     tree.addUsbDevice("1-3", modelDescription("vendor-page-headset"));
     tree.addHidInterface("1-3", 3, modelDescription("vendor-page-headset"));
     hid::virt::DeviceDescription keyboard = modelDescription("telephony-headset");
-    keyboard.descriptor = descriptorFile(QStringLiteral("standard_boot_keyboard.hex"));
+    keyboard.descriptor = descriptorOfTestData(QStringLiteral("standard_boot_keyboard.hex"));
     tree.addUsbDevice("1-4", keyboard);
     tree.addHidInterface("1-4", 4, keyboard);
 
@@ -267,7 +247,7 @@ void TestUdevId::programPrintsThePropertyOnlyForAHeadset()
     QCOMPARE(runHelper(root + QStringList{QStringLiteral("hidraw4")}).out, QString());
     // The /dev path names the same node.
     QCOMPARE(runHelper(root + QStringList{QStringLiteral("/dev/hidraw2")}).out, Tagged);
-    const ProgramRun run = runHelper(root + QStringList{QStringLiteral("hidraw0")});
+    const ProbeRun run = runHelper(root + QStringList{QStringLiteral("hidraw0")});
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.err, QString());
 }
@@ -307,7 +287,7 @@ void TestUdevId::programExitsZeroOnEveryFailure()
         {QStringLiteral("--sysfs"), directory.filePath(QStringLiteral("nowhere")), QStringLiteral("hidraw0")},
     };
     for (const QStringList &arguments : cases) {
-        const ProgramRun run = runHelper(arguments);
+        const ProbeRun run = runHelper(arguments);
         QVERIFY2(run.exitCode == 0, qPrintable(arguments.join(QLatin1Char(' '))));
         QVERIFY2(run.out.isEmpty(), qPrintable(arguments.join(QLatin1Char(' ')) + QStringLiteral(": ") + run.out));
     }
