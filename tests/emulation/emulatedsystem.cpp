@@ -158,10 +158,14 @@ void EmulatedSystem::plugInterface(int number, const Interface &interface)
         m_server.add(number, interface.description);
     m_known[number] = interface;
     m_plugged[number] = interface.description;
-    m_sysfs.addHidInterface(interface.usbName, number, interface.description);
+    const std::vector<int> events = m_sysfs.addHidInterface(interface.usbName, number, interface.description);
     const std::string node = format("/dev/hidraw%d", number);
     createFile(node);
     bindMount(format("%s/hidraw/hidraw%d", m_work.c_str(), number), node);
+    // The input devices' event nodes are there, as the kernel makes them; nothing here reads them.
+    fs::create_directories("/dev/input");
+    for (const int event : events)
+        createFile(format("/dev/input/event%d", event));
 }
 
 void EmulatedSystem::unplug(int number)
@@ -173,6 +177,8 @@ void EmulatedSystem::unplug(int number)
     umount2(node.c_str(), MNT_DETACH);
     unlink(node.c_str());
     const Interface &interface = m_known.at(number);
+    for (const int event : m_sysfs.eventNumbers(number))
+        unlink(format("/dev/input/event%d", event).c_str());
     m_sysfs.removeHidInterface(interface.usbName, number, interface.description);
     if (interface.ownsUsbDevice)
         m_sysfs.removeUsbDevice(interface.usbName);

@@ -59,8 +59,15 @@ public:
     // Takes a sound card out of udev's database (/run/udev/data), as if udev had never described
     // it: a system without udev looks so.
     void removeUdevData(int card) { m_sysfs.removeUdevData(card); }
+    // Adds a property to udev's database entry of /dev/input/event<number>, as a rule sets it.
+    void setEventUdevProperty(int number, const std::string &key, const std::string &value)
+    {
+        m_sysfs.setEventUdevProperty(number, key, value);
+    }
 
     HidrawServer &server() { return m_server; }
+    // The sysfs entries written so far: which event nodes and LEDs each interface has.
+    const SysfsTree &sysfs() const { return m_sysfs; }
 
 private:
     struct Interface

@@ -2,9 +2,12 @@
 #include "sysfstree.h"
 
 #include "hidrawmajor.h"
+#include "kernelinput.h"
 #include "textformat.h"
 
 #include <QString>
+
+#include <linux/input-event-codes.h>
 
 #include <cctype>
 #include <cstring>
@@ -16,6 +19,10 @@ namespace emulation {
 namespace fs = std::filesystem;
 
 namespace {
+
+// The character devices of evdev: major 13, event<M> at minor 64 + M.
+constexpr unsigned InputMajor = 13;
+constexpr int EventMinorBase = 64;
 
 std::string utf8(const std::wstring &text)
 {
@@ -83,8 +90,8 @@ SysfsTree::SysfsTree(fs::path sysfs, fs::path udevData)
 void SysfsTree::createSkeleton() const
 {
     for (const char *directory : {"devices/platform/qvhid-emulation/usb1", "devices/platform/qvhid-emulation/usb2",
-                                  "devices/pci0000:00/0000:00:1f.3/sound", "class/hidraw", "class/sound",
-                                  "bus/hid/devices", "bus/usb/devices", "dev/char"})
+                                  "devices/pci0000:00/0000:00:1f.3/sound", "class/hidraw", "class/sound", "class/input",
+                                  "class/leds", "bus/hid/devices", "bus/usb/devices", "dev/char", "dev/block", "block"})
         fs::create_directories(m_sysfs / directory);
     fs::create_directories(m_udevData);
 }
@@ -121,8 +128,8 @@ void SysfsTree::removeUsbDevice(const std::string &usbName) const
     fs::remove_all(usbDevicePath(usbName), ignored);
 }
 
-void SysfsTree::addHidInterface(const std::string &usbName, int number,
-                                const hid::virt::DeviceDescription &interface) const
+std::vector<int> SysfsTree::addHidInterface(const std::string &usbName, int number,
+                                            const hid::virt::DeviceDescription &interface)
 {
     const fs::path usbInterface = usbDevicePath(usbName) / interfaceName(usbName, interface.interfaceNumber);
     const fs::path hidDevice = usbInterface / hidName(number, interface);
@@ -152,12 +159,136 @@ void SysfsTree::addHidInterface(const std::string &usbName, int number,
     link(hidraw, m_sysfs / "class/hidraw" / format("hidraw%d", number));
     link(hidraw, m_sysfs / "dev/char" / format("%u:%d", HidrawMajor, number));
     link(hidDevice, m_sysfs / "bus/hid/devices" / hidName(number, interface));
+
+    addInputDevices(hidDevice, number, interface);
+    return m_inputNodes[number].events;
+}
+
+void SysfsTree::addInputDevices(const fs::path &hidDevice, int number, const hid::virt::DeviceDescription &interface)
+{
+    InputNodes &nodes = m_inputNodes[number];
+    const std::string hidDeviceName = utf8(interface.manufacturer) + " " + utf8(interface.product);
+    const std::string product = format("3/%x/%x/%x", interface.vendorId, interface.productId, interface.releaseNumber);
+    for (const KernelInputDevice &device : kernelInputDevices(interface.descriptor)) {
+        const int inputNumber = m_nextInput++;
+        int eventNumber = 0;
+        while (m_events.count(eventNumber))
+            ++eventNumber;
+        m_events.insert(eventNumber);
+        nodes.inputs.push_back(inputNumber);
+        nodes.events.push_back(eventNumber);
+
+        const std::string inputName = format("input%d", inputNumber);
+        const fs::path input = hidDevice / "input" / inputName;
+        fs::create_directories(input / "capabilities");
+        fs::create_directories(input / "id");
+        const std::string name = device.nameSuffix.empty() ? hidDeviceName : hidDeviceName + " " + device.nameSuffix;
+        std::set<int> events = {EV_SYN};
+        if (!device.keys.empty())
+            events.insert({EV_KEY, EV_MSC});
+        if (!device.relativeAxes.empty())
+            events.insert(EV_REL);
+        if (!device.absoluteAxes.empty())
+            events.insert(EV_ABS);
+        if (!device.leds.empty())
+            events.insert(EV_LED);
+        const std::pair<const char *, std::set<int>> capabilities[] = {
+            {"ev", events},
+            {"key", device.keys},
+            {"rel", device.relativeAxes},
+            {"abs", device.absoluteAxes},
+            {"msc", device.keys.empty() ? std::set<int>() : std::set<int>{MSC_SCAN}},
+            {"led", device.leds},
+            {"sw", {}},
+            {"ff", {}},
+            {"snd", {}},
+        };
+        std::string uevent = format("PRODUCT=%s\nNAME=\"%s\"\nPHYS=\"usb-qvhid/input%d\"\nPROP=0\n", product.c_str(),
+                                    name.c_str(), interface.interfaceNumber);
+        for (const auto &capability : capabilities) {
+            writeFile(input / "capabilities" / capability.first, capabilityBitmap(capability.second) + "\n");
+            if (!capability.second.empty()) {
+                std::string upper = capability.first;
+                for (char &c : upper)
+                    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+                uevent += upper + "=" + capabilityBitmap(capability.second) + "\n";
+            }
+        }
+        writeFile(input / "uevent", uevent);
+        writeFile(input / "name", name + "\n");
+        writeFile(input / "phys", format("usb-qvhid/input%d\n", interface.interfaceNumber));
+        writeFile(input / "uniq", utf8(interface.serialNumber) + "\n");
+        writeFile(input / "properties", "0\n");
+        writeFile(input / "id/bustype", "0003\n");
+        writeFile(input / "id/vendor", format("%04x\n", interface.vendorId));
+        writeFile(input / "id/product", format("%04x\n", interface.productId));
+        writeFile(input / "id/version", format("%04x\n", interface.releaseNumber));
+        link(m_sysfs / "class/input", input / "subsystem");
+        link(hidDevice, input / "device");
+        link(input, m_sysfs / "class/input" / inputName);
+
+        const std::string eventName = format("event%d", eventNumber);
+        const fs::path event = input / eventName;
+        fs::create_directories(event);
+        const int minor = EventMinorBase + eventNumber;
+        writeFile(event / "uevent",
+                  format("MAJOR=%u\nMINOR=%d\nDEVNAME=input/%s\n", InputMajor, minor, eventName.c_str()));
+        writeFile(event / "dev", format("%u:%d\n", InputMajor, minor));
+        link(m_sysfs / "class/input", event / "subsystem");
+        link(input, event / "device");
+        link(event, m_sysfs / "class/input" / eventName);
+        link(event, m_sysfs / "dev/char" / format("%u:%d", InputMajor, minor));
+
+        for (const int led : device.leds) {
+            const std::string ledDevice = inputName + "::" + ledName(led);
+            const fs::path directory = input / ledDevice;
+            fs::create_directories(directory);
+            writeFile(directory / "uevent", {});
+            writeFile(directory / "brightness", "0\n");
+            writeFile(directory / "max_brightness", "1\n");
+            // A plain file keeps what was last written to it, as the kernel's attribute keeps
+            // the trigger chosen last; it starts empty: no trigger chosen by anybody yet.
+            writeFile(directory / "trigger", {});
+            link(m_sysfs / "class/leds", directory / "subsystem");
+            link(input, directory / "device");
+            link(directory, m_sysfs / "class/leds" / ledDevice);
+            nodes.leds.push_back(ledDevice);
+        }
+    }
+}
+
+std::vector<int> SysfsTree::eventNumbers(int number) const
+{
+    const auto found = m_inputNodes.find(number);
+    return found == m_inputNodes.end() ? std::vector<int>() : found->second.events;
+}
+
+std::vector<std::string> SysfsTree::leds(int number) const
+{
+    const auto found = m_inputNodes.find(number);
+    return found == m_inputNodes.end() ? std::vector<std::string>() : found->second.leds;
+}
+
+fs::path SysfsTree::ledAttribute(const std::string &led, const std::string &attribute) const
+{
+    return m_sysfs / "class/leds" / led / attribute;
 }
 
 void SysfsTree::removeHidInterface(const std::string &usbName, int number,
-                                   const hid::virt::DeviceDescription &interface) const
+                                   const hid::virt::DeviceDescription &interface)
 {
     std::error_code ignored;
+    const InputNodes nodes = m_inputNodes[number];
+    m_inputNodes.erase(number);
+    for (const int input : nodes.inputs)
+        fs::remove(m_sysfs / "class/input" / format("input%d", input), ignored);
+    for (const int event : nodes.events) {
+        fs::remove(m_sysfs / "class/input" / format("event%d", event), ignored);
+        fs::remove(m_sysfs / "dev/char" / format("%u:%d", InputMajor, EventMinorBase + event), ignored);
+        m_events.erase(event);
+    }
+    for (const std::string &led : nodes.leds)
+        fs::remove(m_sysfs / "class/leds" / led, ignored);
     fs::remove(m_sysfs / "class/hidraw" / format("hidraw%d", number), ignored);
     fs::remove(m_sysfs / "dev/char" / format("%u:%d", HidrawMajor, number), ignored);
     fs::remove(m_sysfs / "bus/hid/devices" / hidName(number, interface), ignored);
@@ -212,6 +343,12 @@ int SysfsTree::addSoundCard(const std::string &usbName, const hid::virt::DeviceD
     writeFile(m_udevData / format("+sound:card%d", number),
               "E:ID_ID=" + udevSoundCardId(identity, card.interfaceNumber) + "\n");
     return number;
+}
+
+void SysfsTree::setEventUdevProperty(int number, const std::string &key, const std::string &value) const
+{
+    std::ofstream file(m_udevData / format("c%u:%d", InputMajor, EventMinorBase + number), std::ios::app);
+    file << "E:" << key << "=" << value << "\n";
 }
 
 void SysfsTree::removeUdevData(int card) const

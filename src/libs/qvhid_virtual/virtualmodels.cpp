@@ -215,6 +215,39 @@ DeviceDescription telephonyInterfaceBehindConsumerControl()
     return description;
 }
 
+// The telephony headset with its volume keys on the same interface: a Consumer Control
+// collection (report 3) after the Telephony Headset collection, as most headsets have it. The
+// kernel's HID input driver makes input devices of such an interface, its Phone Mute included.
+//   input 3: [bit 0 Volume Increment, 1 Volume Decrement, 2 Mute]
+DeviceDescription volumeKeysHeadset()
+{
+    DeviceDescription description = telephonyHeadset(true);
+    description.productId = 0x0422;
+    description.product = L"Office Headset 60";
+    description.serialNumber = L"VH-0060";
+    description.descriptor.insert(description.descriptor.end(),
+                                  {
+                                      0x05, 0x0C, // Usage Page (Consumer)
+                                      0x09, 0x01, // Usage (Consumer Control)
+                                      0xA1, 0x01, // Collection (Application)
+                                      0x85, 0x03, //   Report ID (3)
+                                      0x15, 0x00, //   Logical Minimum (0)
+                                      0x25, 0x01, //   Logical Maximum (1)
+                                      0x75, 0x01, //   Report Size (1)
+                                      0x95, 0x03, //   Report Count (3)
+                                      0x09, 0xE9, //   Usage (Volume Increment)
+                                      0x09, 0xEA, //   Usage (Volume Decrement)
+                                      0x09, 0xE2, //   Usage (Mute)
+                                      0x81, 0x02, //   Input (Data, Variable, Absolute)
+                                      0x95, 0x05, //   Report Count (5)
+                                      0x81, 0x03, //   Input (Constant): padding
+                                      0xC0,       // End Collection
+                                  });
+    description.buttons.push_back({"volume-up", {0x03, 0x01}, {0x03, 0x00}});
+    description.buttons.push_back({"volume-down", {0x03, 0x02}, {0x03, 0x00}});
+    return description;
+}
+
 // A telephony headset without report ids that answers each write with its unchanged input
 // state (on-hook, nothing pressed).
 DeviceDescription echoingHeadset()
@@ -317,6 +350,10 @@ std::vector<Model> makeModels()
          "Telephony headset whose ids no dictionary row lists: bound through a fallback configuration",
          {unlistedHeadset()},
          {{0, "Headset50"}}},
+        {"volume-keys-headset",
+         "Telephony headset with its volume keys' Consumer Control on the same interface",
+         {volumeKeysHeadset()},
+         {{0, "Headset60"}}},
         {"resting-array-headset",
          "Telephony headset whose Null-State array rests inside its range (0 selects its first usage)",
          {restingArrayHeadset()},
