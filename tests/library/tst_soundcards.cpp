@@ -54,8 +54,8 @@ public:
         hid::SystemView system;
         system.sysfsRoot = sysfsRoot();
         const QString database = udevData();
-        system.udevCardProperty = [database](const QString &card, const QString &key) {
-            QFile file(database + QStringLiteral("/+sound:") + card);
+        system.udevProperty = [database](const QString &subsystem, const QString &card, const QString &key) {
+            QFile file(database + QStringLiteral("/+%1:%2").arg(subsystem, card));
             if (!file.open(QIODevice::ReadOnly))
                 return QString();
             const QString prefix = QStringLiteral("E:") + key + QLatin1Char('=');
@@ -181,7 +181,7 @@ void TestSoundCards::udevIdIsMadeFromSysfsWhenUdevHasNone()
     }
     // Without a udev lookup at all, the same.
     hid::SystemView withoutUdev = desk.view();
-    withoutUdev.udevCardProperty = nullptr;
+    withoutUdev.udevProperty = nullptr;
     QCOMPARE(hid::ListSoundCards(withoutUdev).at(1).udevId, expected[0]);
 }
 

@@ -98,8 +98,8 @@ SoundCard readCard(const SystemView &system, const QString &cardDirectory, int n
         card.serial = attribute(usbDevice, "serial");
     }
     const QString name = QStringLiteral("card%1").arg(number);
-    if (system.udevCardProperty)
-        card.udevId = system.udevCardProperty(name, QStringLiteral("ID_ID"));
+    if (system.udevProperty)
+        card.udevId = system.udevProperty(QStringLiteral("sound"), name, QStringLiteral("ID_ID"));
     if (card.udevId.isEmpty() && card.isUsb()) {
         card.udevId = DeriveUdevUsbId(card.manufacturer, card.product, card.serial, card.vendorId, card.productId,
                                       attribute(interface, "bInterfaceNumber"));

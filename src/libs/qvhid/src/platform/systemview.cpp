@@ -7,15 +7,16 @@ namespace hid {
 
 namespace {
 
-QString udevCardPropertyFromDatabase(const QString &cardName, const QString &key)
+QString udevPropertyFromDatabase(const QString &subsystem, const QString &sysname, const QString &key)
 {
     udev *context = udev_new();
     if (!context)
         return QString();
     QString value;
-    if (udev_device *card = udev_device_new_from_subsystem_sysname(context, "sound", cardName.toUtf8().constData())) {
-        value = QString::fromUtf8(udev_device_get_property_value(card, key.toUtf8().constData()));
-        udev_device_unref(card);
+    if (udev_device *device = udev_device_new_from_subsystem_sysname(context, subsystem.toUtf8().constData(),
+                                                                     sysname.toUtf8().constData())) {
+        value = QString::fromUtf8(udev_device_get_property_value(device, key.toUtf8().constData()));
+        udev_device_unref(device);
     }
     udev_unref(context);
     return value;
@@ -32,7 +33,7 @@ SystemView::SystemView()
 SystemView LiveSystemView()
 {
     SystemView system;
-    system.udevCardProperty = udevCardPropertyFromDatabase;
+    system.udevProperty = udevPropertyFromDatabase;
     return system;
 }
 

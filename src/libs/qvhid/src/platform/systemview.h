@@ -18,8 +18,10 @@ struct QVHID_EXPORT SystemView
     QString sysfsRoot;
     /// Where hidraw nodes appear as headsets are plugged in.
     QString deviceDirectory;
-    /// udev's property `key` of the sound card `cardName` ("card2"); empty when udev has none.
-    std::function<QString(const QString &cardName, const QString &key)> udevCardProperty;
+    /// udev's property `key` of the device `sysname` ("card2", "event5") of `subsystem`
+    /// ("sound", "input"); empty when udev's database has none, or when there is no database
+    /// (a system without udev, a Flatpak sandbox).
+    std::function<QString(const QString &subsystem, const QString &sysname, const QString &key)> udevProperty;
 };
 
 /// sysfs at /sys, device nodes in /dev, and udev's own database, through libudev.
