@@ -69,8 +69,10 @@ for qt in $qt_versions; do
     grep -q 'All 8 steps behaved as expected' "$build/demo.log" || fail "the demo did not finish: $build/demo.log"
     suffix=${probe#qvhid-probe}
     [ -x "/usr/lib/udev/qvhid-udev-id$suffix" ] || fail "the udev program is not installed"
-    grep -q -F "IMPORT{program}=\"/usr/lib/udev/qvhid-udev-id$suffix %k\"" \
-        "/usr/lib/udev/rules.d/70-qvhid-telephony$suffix.rules" || fail "the udev rules do not name the installed program"
+    for rules in 70-qvhid-telephony 71-qvhid-phone-mute; do
+        grep -q -F "IMPORT{program}=\"/usr/lib/udev/qvhid-udev-id$suffix %k\"" \
+            "/usr/lib/udev/rules.d/$rules$suffix.rules" || fail "$rules$suffix.rules does not name the installed program"
+    done
 
     DEBIAN_FRONTEND=noninteractive apt-get purge -y -qq "${names[@]}" >"$build/apt-purge.log" ||
         fail "apt-get purge failed: $build/apt-purge.log"

@@ -125,6 +125,17 @@ TestHeadset TestHeadset::replugUnderANewPath() const
     return TestHeadset(number);
 }
 
+bool TestHeadset::hasKernelInputDevices()
+{
+    return true;
+}
+
+void TestHeadset::remapPhoneMuteInUdevDatabase() const
+{
+    for (const int event : system().sysfs().eventNumbers(m_id))
+        system().setEventUdevProperty(event, "KEYBOARD_KEY_b002f", "reserved");
+}
+
 hid::SystemView TestHeadset::systemView()
 {
     return hid::LiveSystemView();

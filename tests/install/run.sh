@@ -46,11 +46,13 @@ done
 [ -x "$prefix/bin/qvhid-probe$suffix" ] || fail "qvhid-probe$suffix was not installed"
 # The udev rules and the program they run, one pair per build; the rules name the program
 # by its installed path.
-rules=$prefix/lib/udev/rules.d/70-qvhid-telephony$suffix.rules
 udev_id=$prefix/lib/udev/qvhid-udev-id$suffix
-[ -f "$rules" ] || fail "the udev rules were not installed"
 [ -x "$udev_id" ] || fail "qvhid-udev-id$suffix was not installed"
-grep -q -F "IMPORT{program}=\"$udev_id %k\"" "$rules" || fail "the udev rules do not run $udev_id: $(cat "$rules")"
+for name in 70-qvhid-telephony 71-qvhid-phone-mute; do
+    rules=$prefix/lib/udev/rules.d/$name$suffix.rules
+    [ -f "$rules" ] || fail "the udev rules $name$suffix.rules were not installed"
+    grep -q -F "IMPORT{program}=\"$udev_id %k\"" "$rules" || fail "$rules does not run $udev_id: $(cat "$rules")"
+done
 
 # Each library and program needs the Qt of its own flavour and no other.
 for file in "$libdir"/lib*.so.1 "$prefix/bin/qvhid-probe$suffix" "$udev_id"; do

@@ -40,7 +40,7 @@ env -u LD_LIBRARY_PATH "$prefix/bin/qvhid-probe" list >"$work/probe-qt5.log" ||
 env -u LD_LIBRARY_PATH "$prefix/bin/qvhid-probe-qt6" list >"$work/probe-qt6.log" ||
     fail "qvhid-probe-qt6 did not run: $(cat "$work/probe-qt6.log")"
 
-for rules in 70-qvhid-telephony.rules 70-qvhid-telephony-qt6.rules; do
+for rules in 70-qvhid-telephony.rules 70-qvhid-telephony-qt6.rules 71-qvhid-phone-mute.rules 71-qvhid-phone-mute-qt6.rules; do
     [ -f "$prefix/lib/udev/rules.d/$rules" ] || fail "$rules is missing from the shared prefix"
 done
 

@@ -30,6 +30,9 @@ public:
     static void removeAll();
     // Where a binding looks for sound cards and watches for plugged headsets, to see these.
     static hid::SystemView systemView();
+    // Whether the harness shows the input devices that the kernel's HID input driver makes of a
+    // headset (the kernel emulation does; virtual headsets are no hidraw nodes and have none).
+    static bool hasKernelInputDevices();
 
     TestHeadset() = default;
 
@@ -44,6 +47,10 @@ public:
     void replug() const; // under the same path
     // Plugs an unplugged headset in again under another path; the headset as it now is.
     TestHeadset replugUnderANewPath() const;
+
+    // Records in udev's database what the library's phone-mute rules give the headset's event
+    // nodes (the remap of its Phone Mute key), as udev does when the rules are installed.
+    void remapPhoneMuteInUdevDatabase() const;
 
     // Every report the headset received, in order, as lowercase hex: "0222".
     QStringList written() const;

@@ -39,6 +39,13 @@ TestHeadset TestHeadset::add(const hid::virt::DeviceDescription &description)
     return TestHeadset(device.id());
 }
 
+bool TestHeadset::hasKernelInputDevices()
+{
+    return false;
+}
+
+void TestHeadset::remapPhoneMuteInUdevDatabase() const { }
+
 void TestHeadset::removeAll()
 {
     VirtualNodes::instance().removeAll();

@@ -59,7 +59,11 @@ private slots:
     void idsAreReadFromTheUevent_data();
     void idsAreReadFromTheUevent();
 
+    void phoneMuteIsTelephonyPhoneMuteInput_data();
+    void phoneMuteIsTelephonyPhoneMuteInput();
+
     void programPrintsThePropertyOnlyForAHeadset();
+    void programNamesThePhoneMuteKeyAndTheTelephonyLeds();
     void programExitsZeroOnEveryFailure();
 };
 
@@ -114,6 +118,7 @@ void TestUdevId::virtualModels_data()
     QTest::newRow("echoing-headset") << "echoing-headset" << 0 << Identity::TelephonyHeadset;
     QTest::newRow("unlisted-headset") << "unlisted-headset" << 0 << Identity::TelephonyHeadset;
     QTest::newRow("resting-array-headset") << "resting-array-headset" << 0 << Identity::TelephonyHeadset;
+    QTest::newRow("volume-keys-headset") << "volume-keys-headset" << 0 << Identity::TelephonyHeadset;
 }
 
 void TestUdevId::virtualModels()
@@ -217,6 +222,38 @@ void TestUdevId::idsAreReadFromTheUevent()
     }
 }
 
+void TestUdevId::phoneMuteIsTelephonyPhoneMuteInput_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("expected");
+    // Models, real descriptors (R:) and files of tests/data/descriptors (F:).
+    QTest::newRow("telephony headset") << "telephony-headset" << true;
+    QTest::newRow("with its volume keys") << "volume-keys-headset" << true;
+    QTest::newRow("vendor page: no telephony collection") << "vendor-page-headset" << false;
+    QTest::newRow("consumer control alone") << "F:standard_consumer_control.hex" << false;
+    QTest::newRow("keyboard with Phone Mute outside a telephony collection") << "F:keyboard_with_mic_mute.hex" << false;
+    QTest::newRow("headset without Phone Mute") << "R:razer-microphone" << false;
+    QTest::newRow("speakerphone") << "R:sp325" << true;
+    QTest::newRow("desk phone: Telephony Phone collection") << "R:cx300" << true;
+}
+
+void TestUdevId::phoneMuteIsTelephonyPhoneMuteInput()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, expected);
+    hid::virt::Bytes bytes;
+    if (name.startsWith(QLatin1String("R:")))
+        bytes = realHeadset(name.mid(2)).description.descriptor;
+    else if (name.startsWith(QLatin1String("F:")))
+        bytes = descriptorOfTestData(name.mid(2));
+    else
+        bytes = modelDescription(qPrintable(name)).descriptor;
+    const hid::ReportDescriptor descriptor(hid_parse_descriptor(bytes.data(), bytes.size()));
+    QVERIFY(descriptor);
+    QCOMPARE(udevid::hasTelephonyPhoneMute(descriptor.get()), expected);
+    QVERIFY(!udevid::hasTelephonyPhoneMute(nullptr));
+}
+
 void TestUdevId::programPrintsThePropertyOnlyForAHeadset()
 {
     QTemporaryDir directory;
@@ -252,6 +289,55 @@ void TestUdevId::programPrintsThePropertyOnlyForAHeadset()
     QCOMPARE(run.err, QString());
 }
 
+void TestUdevId::programNamesThePhoneMuteKeyAndTheTelephonyLeds()
+{
+    QTemporaryDir directory;
+    QVERIFY(directory.isValid());
+    const QString sysfs = directory.filePath(QStringLiteral("sys"));
+    emulation::SysfsTree tree(sysfs.toStdString(), directory.filePath(QStringLiteral("udev")).toStdString());
+    tree.createSkeleton();
+    // hidraw0: a headset with its volume keys: two input devices, the telephony one with the
+    // microphone mute key and the Mute LED. hidraw1: a keyboard with its own microphone mute
+    // key and its lock LEDs. hidraw2: a headset of telephony alone: no input device at all.
+    const hid::virt::DeviceDescription headset = modelDescription("volume-keys-headset");
+    tree.addUsbDevice("1-1", headset);
+    const std::vector<int> headsetEvents = tree.addHidInterface("1-1", 0, headset);
+    hid::virt::DeviceDescription keyboard = modelDescription("telephony-headset");
+    keyboard.descriptor = descriptorOfTestData(QStringLiteral("keyboard_with_mic_mute.hex"));
+    tree.addUsbDevice("1-2", keyboard);
+    const std::vector<int> keyboardEvents = tree.addHidInterface("1-2", 1, keyboard);
+    const hid::virt::DeviceDescription telephonyOnly = modelDescription("telephony-headset");
+    tree.addUsbDevice("1-3", telephonyOnly);
+    QVERIFY(tree.addHidInterface("1-3", 2, telephonyOnly).empty());
+    QCOMPARE(headsetEvents.size(), std::size_t(2));
+    QCOMPARE(keyboardEvents.size(), std::size_t(2));
+
+    const QStringList root{QStringLiteral("--sysfs"), sysfs};
+    const auto event = [](int number) { return QStringLiteral("event%1").arg(number); };
+    // The telephony collection's input device comes first, the volume keys' second.
+    QCOMPARE(runHelper(root + QStringList{event(headsetEvents.at(0))}).out,
+             QStringLiteral("ID_QVHID_PHONE_MUTE_KEY=1\n"));
+    QCOMPARE(runHelper(root + QStringList{event(headsetEvents.at(1))}).out, QString());
+    QCOMPARE(runHelper(root + QStringList{QStringLiteral("/dev/input/") + event(headsetEvents.at(0))}).out,
+             QStringLiteral("ID_QVHID_PHONE_MUTE_KEY=1\n"));
+    // The keyboard's own key sends KEY_MICMUTE too, but from no telephony collection.
+    for (const int number : keyboardEvents)
+        QCOMPARE(runHelper(root + QStringList{event(number)}).out, QString());
+
+    const std::vector<std::string> headsetLeds = tree.leds(0);
+    QCOMPARE(headsetLeds.size(), std::size_t(1));
+    QVERIFY(QString::fromStdString(headsetLeds.front()).endsWith(QLatin1String("::mute")));
+    QCOMPARE(runHelper(root + QStringList{QString::fromStdString(headsetLeds.front())}).out,
+             QStringLiteral("ID_QVHID_TELEPHONY_LED=1\n"));
+    const std::vector<std::string> keyboardLeds = tree.leds(1);
+    QCOMPARE(keyboardLeds.size(), std::size_t(5)); // Num, Caps, Scroll Lock, Compose, Kana
+    for (const std::string &led : keyboardLeds)
+        QCOMPARE(runHelper(root + QStringList{QString::fromStdString(led)}).out, QString());
+    // The hidraw nodes as before.
+    QCOMPARE(runHelper(root + QStringList{QStringLiteral("hidraw0")}).out, Tagged);
+    QCOMPARE(runHelper(root + QStringList{QStringLiteral("hidraw1")}).out, QString());
+}
+
 void TestUdevId::programExitsZeroOnEveryFailure()
 {
     QTemporaryDir directory;
@@ -282,6 +368,9 @@ void TestUdevId::programExitsZeroOnEveryFailure()
         root + QStringList{QStringLiteral("hidraw9")},
         root + QStringList{QStringLiteral("../hidraw0")},
         root + QStringList{QStringLiteral("event3")},
+        root + QStringList{QStringLiteral("input3::mute")},
+        root + QStringList{QStringLiteral("..")},
+        root + QStringList{QStringLiteral("input0::../../hidraw0")},
         root,
         {},
         {QStringLiteral("--sysfs"), directory.filePath(QStringLiteral("nowhere")), QStringLiteral("hidraw0")},

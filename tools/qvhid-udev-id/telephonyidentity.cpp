@@ -16,6 +16,22 @@ namespace {
 
 constexpr unsigned short TelephonyPage = 0x0B;
 constexpr unsigned short HeadsetUsage = 0x05;
+constexpr unsigned short PhoneMuteUsage = 0x2F;
+constexpr unsigned int ApplicationCollection = 1;
+
+bool declaresPhoneMuteInput(const hid_collection &collection)
+{
+    for (const hid_element *element = collection.first_element; element; element = element->next) {
+        if (element->direction == HID_ELEMENT_INPUT && element->usage_page == TelephonyPage
+            && element->usage == PhoneMuteUsage)
+            return true;
+    }
+    for (const hid_collection *child = collection.first_child; child; child = child->next_sibling) {
+        if (declaresPhoneMuteInput(*child))
+            return true;
+    }
+    return false;
+}
 
 } // namespace
 
@@ -41,6 +57,19 @@ Identity identify(const hid_descriptor *descriptor, const std::optional<DeviceId
     if (isExplicit && hid::HidDecoderBase::findCallControlCollection(descriptor, code.devUsagePage, code.devUsageID))
         return Identity::ListedModel;
     return Identity::None;
+}
+
+bool hasTelephonyPhoneMute(const hid_descriptor *descriptor)
+{
+    if (!descriptor)
+        return false;
+    for (const hid_collection *application = descriptor->device_collection->first_child; application;
+         application = application->next_sibling) {
+        if (application->type == ApplicationCollection && application->usage_page == TelephonyPage
+            && declaresPhoneMuteInput(*application))
+            return true;
+    }
+    return false;
 }
 
 std::optional<DeviceIds> idsFromUevent(const std::string &uevent)

@@ -32,6 +32,11 @@ Identity identify(const unsigned char *descriptor, std::size_t length, const std
 // The same for a descriptor parsed already; null is None.
 Identity identify(const hid_descriptor *descriptor, const std::optional<DeviceIds> &ids);
 
+// Whether one of the descriptor's application collections is on the Telephony page and declares
+// Phone Mute (0x0B:0x2F) as an input: the button that the kernel's HID input driver turns into
+// the microphone mute key (KEY_MICMUTE, scan code 0xb002f). Null is false.
+bool hasTelephonyPhoneMute(const hid_descriptor *descriptor);
+
 // The vendor and product id from the text of a HID device's uevent file ("HID_ID=0003:00000B0E:
 // 0000030D"), or nothing when it has none that fits.
 std::optional<DeviceIds> idsFromUevent(const std::string &uevent);

@@ -6,10 +6,13 @@
 #include "callcontrol.h"
 #include "command.h"
 #include "dictionary.h"
+#include "mutebutton.h"
 #include "udevrule.h"
 
 #include <hiddevice.h>
 #include <hiddeviceinfo.h>
+#include <platform/micmutekey.h>
+#include <platform/nodeaccess.h>
 #include <platform/reportdescriptor.h>
 #include <telephonyidentity.h>
 #include <hidapi.h>
@@ -20,6 +23,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <unistd.h>
 #include <vector>
 
@@ -127,6 +131,25 @@ private:
         }
         showSoundCards(interface);
         out() << "    access: " << access << "\n";
+        if (udevid::identify(descriptor.get(), hidIds(interface)) != udevid::Identity::None)
+            showMuteButton(interface);
+    }
+
+    // What the desktop does with the headset's mute button.
+    void showMuteButton(const Interface &interface)
+    {
+        const hid::MicMuteKey key = hid::CheckMicMuteKey(m_system, interface.path);
+        const QString text = describeMuteButton(key, udevRuleDirectories());
+        if (text.isEmpty())
+            return;
+        out() << "    mute button: " << text << "\n";
+        if (key.desktop == hid::DesktopMute::Acts)
+            ++m_problems;
+    }
+
+    static std::optional<udevid::DeviceIds> hidIds(const Interface &interface)
+    {
+        return udevid::DeviceIds{interface.vid, interface.pid};
     }
 
     // Which interface the library binds for an audio device named after the product string: the
@@ -148,7 +171,10 @@ private:
         }
         out() << "    binding: the library binds this interface for audio devices named \"... (" << interface.product
               << ")\"\n";
-        if (interface.usagePage != code.devUsagePage || interface.usage != code.devUsageID) {
+        // hidapi lists an interface once per top-level collection: the binding takes the entry
+        // of its call-control collection when the interface has one.
+        const hid::HidDeviceChoice &choice = device.getChoice();
+        if (choice.usagePage != code.devUsagePage || choice.usage != code.devUsageID) {
             out() << "    warning: its usage page and usage are not the call-control collection "
                   << hexId(code.devUsagePage) << "/" << hexId(code.devUsageID)
                   << " of its configuration: the headset's buttons and lamps may be on another interface\n";
@@ -258,11 +284,10 @@ private:
     {
         if (isDeviceNode(interface.path) && ::access(interface.path.toUtf8().constData(), R_OK | W_OK) != 0) {
             const int error = errno;
-            if (error == EACCES || error == EPERM) {
-                ++m_problems;
+            ++m_problems;
+            if (error == EACCES || error == EPERM)
                 return deniedAccess(udevRuleDirectories(), interface.vid, interface.pid, isTelephonyHeadset);
-            }
-            return QStringLiteral("cannot open it: %1").arg(QString::fromLocal8Bit(std::strerror(error)));
+            return QStringLiteral("cannot open it: %1").arg(hid::DescribeNodeAccess(m_system, interface.path));
         }
         hid_device *handle = hid_open_path(interface.path.toUtf8().constData());
         if (handle) {

@@ -51,6 +51,10 @@ public:
         QObject::connect(&manager, &HidDeviceManager::deviceShow, &m_context, [this](const QString &name) {
             m_shown = true;
             print(QStringLiteral("device shown"), QStringLiteral("\"%1\"").arg(name));
+            if (HidDeviceManager::Instance().GetDesktopMute() == hid::DesktopMute::Acts)
+                print(QStringLiteral("mute button"),
+                      QStringLiteral("the desktop mutes the system microphone too, on every press: 'qvhid-probe "
+                                     "list' tells how to stop it"));
         });
         QObject::connect(&manager, &HidDeviceManager::deviceHide, &m_context,
                          [this] { print(QStringLiteral("device hidden"), QString()); });

@@ -89,7 +89,8 @@ QString deniedAccess(const QStringList &directories, unsigned short vid, unsigne
         return QStringLiteral(
             "denied; the library's udev rules for telephony headsets are not installed. 'cmake --install'\n"
             "        puts 70-qvhid-telephony.rules into lib/udev/rules.d of its prefix (the libqvhid1 package into\n"
-            "        /usr/lib/udev/rules.d); with another prefix than /usr, copy it to /etc/udev/rules.d. Then run\n"
+            "        /usr/lib/udev/rules.d); with another prefix than /usr, copy it to /etc/udev/rules.d. A softphone\n"
+            "        in a Flatpak cannot bring them: they must be installed on the host. Then run\n"
             "        'udevadm control --reload && udevadm trigger --subsystem-match=hidraw'.");
     }
     const QString rulesFile = findUdevRule(directories, vid, pid);

@@ -7,6 +7,7 @@
 #include "platform/hiddevicelookup.h"
 #include "platform/hidnodewatcher.h"
 #include "platform/hidreader.h"
+#include "platform/nodeaccess.h"
 #include "platform/reportdescriptor.h"
 
 #include <hidapi.h>
@@ -175,10 +176,27 @@ bool HidDevice::startReader(CallState call)
     qRemovePostRoutine(&HidDevice::endBindingsBeforeApplicationEnds);
     qAddPostRoutine(&HidDevice::endBindingsBeforeApplicationEnds);
 
+    checkDesktopAndAccess();
     emit show(m_info.name);
     m_thread->start();
     HID_LOG_AS(log::Trace, "startHidReadTrhead") << "HID DEVICE Hid reader thread started";
     return true;
+}
+
+void HidDevice::checkDesktopAndAccess()
+{
+    const QString denied = DescribeNodeAccess(m_system, m_info.path);
+    if (!denied.isEmpty())
+        HID_LOG(log::Error) << "HID DEVICE Cannot open " << m_info.name << " at " << m_info.path << ": " << denied;
+    m_micMuteKey = CheckMicMuteKey(m_system, m_info.path);
+    if (m_micMuteKey.desktop == DesktopMute::Acts)
+        HID_LOG(log::Warning) << "HID DEVICE " << m_info.name << " (" << m_info.path
+                              << "): the kernel also gives its mute button to the desktop, as the microphone mute "
+                                 "key of "
+                              << m_micMuteKey.eventNode
+                              << ", so that one press mutes the call and the system microphone; install this "
+                                 "library's udev rules (its runtime package, with 71-qvhid-phone-mute.rules) and "
+                                 "plug the headset in again";
 }
 
 void HidDevice::wakeReader()
@@ -209,6 +227,7 @@ void HidDevice::stopHidReadThread()
     }
     m_reader = nullptr;
     m_thread = nullptr;
+    m_micMuteKey = MicMuteKey();
 }
 
 void HidDevice::onReaderFinished()
@@ -561,6 +580,11 @@ const HidDeviceInfo &HidDevice::getInfo() const
 const HidDeviceChoice &HidDevice::getChoice() const
 {
     return m_choice;
+}
+
+DesktopMute HidDevice::getDesktopMute() const
+{
+    return m_micMuteKey.desktop;
 }
 
 void HidDevice::setSystemView(const SystemView &system)

@@ -2,8 +2,10 @@
 #ifndef QVHID_HIDDEVICE_H
 #define QVHID_HIDDEVICE_H
 
+#include "desktopmute.h"
 #include "hiddeviceinfo.h"
 #include "hidreaderbase.h"
+#include "platform/micmutekey.h"
 #include "platform/soundcards.h"
 #include "platform/systemview.h"
 #include "qvhid_export.h"
@@ -115,6 +117,9 @@ public:
     const HidDeviceInfo &getInfo() const;
     /// How the interface was chosen, or why none was.
     const HidDeviceChoice &getChoice() const;
+    /// Whether the desktop also acts on the bound headset's mute button (the microphone mute
+    /// key of its input device); looked at when the headset is bound, before show().
+    DesktopMute getDesktopMute() const;
     /// Where sound cards and USB devices are looked up; the live system unless a test says otherwise.
     void setSystemView(const SystemView &system);
     /// The thread of the running binding, or null.
@@ -173,8 +178,13 @@ private:
     /// headset, so every binding is ended here.
     static void endBindingsBeforeApplicationEnds();
 
+    /// Looks at what the desktop gets of the chosen headset and at whether it may be opened,
+    /// and logs what stands in the way of a call.
+    void checkDesktopAndAccess();
+
     HidDeviceInfo m_info;
     HidDeviceChoice m_choice;
+    MicMuteKey m_micMuteKey;
     /// Why the fallback configuration bound none of the interfaces of the last choice, as the
     /// end of a rule ("; the fallback configuration ... does not bind ..."); empty otherwise.
     QString m_fallbackRefusal;

@@ -124,5 +124,10 @@ QString HidDeviceManager::GetTopDevice(int type) const
     return list.isEmpty() ? QString() : list.first();
 }
 
+::hid::DesktopMute HidDeviceManager::GetDesktopMute() const
+{
+    return m_device->getDesktopMute();
+}
+
 } // namespace hid
 } // namespace qv

@@ -2,6 +2,7 @@
 #ifndef QVHID_HIDDEVICEMANAGER_H
 #define QVHID_HIDDEVICEMANAGER_H
 
+#include "desktopmute.h"
 #include "qvhid_export.h"
 
 #include <singleton.h>
@@ -58,6 +59,13 @@ public:
     int RemoveDevice(const QString &name);
     /// The first name of the list of `type`, or an empty string. Creates no entry.
     QString GetTopDevice(int type) const;
+
+    /// Whether the desktop, too, acts on the bound headset's mute button: Acts when the kernel
+    /// also sends it to the desktop as the microphone mute key, so that a press mutes the call
+    /// and the system microphone (the library then logs a warning; its udev rules prevent it);
+    /// Ignores when it does not; Unknown while no headset is shown, or when the library cannot
+    /// tell. Known from deviceShow() on; tell your user when it Acts.
+    ::hid::DesktopMute GetDesktopMute() const;
 
 signals:
     void clickReject();
