@@ -68,7 +68,7 @@ EmulatedSystem::~EmulatedSystem()
     rmdir(m_work.c_str());
 }
 
-std::string EmulatedSystem::start()
+std::string EmulatedSystem::start(Layout layout)
 {
     char work[] = "/tmp/qvhid-emulation-XXXXXX";
     if (!mkdtemp(work))
@@ -87,12 +87,25 @@ std::string EmulatedSystem::start()
     if (!served.empty())
         return served;
 
-    if (mount("qvhid-sysfs", "/sys", "tmpfs", 0, "mode=0755") != 0)
-        return failure("tmpfs at /sys");
-    // udev's database, where libudev finds the properties udev's rules gave a device.
+    if (layout == Layout::Desktop) {
+        if (mount("qvhid-sysfs", "/sys", "tmpfs", 0, "mode=0755") != 0)
+            return failure("tmpfs at /sys");
+    } else {
+        // The host's sysfs and udev database, below the work directory; the sandbox sees a part
+        // of the one and nothing of the other.
+        const std::string hostSysfs = m_work + "/sys";
+        m_sysfs = SysfsTree(hostSysfs, m_work + "/run/udev/data");
+        m_sysfs.createSkeleton();
+        const std::string mounted = mountSandboxSysfs(hostSysfs);
+        if (!mounted.empty())
+            return mounted;
+    }
+    // udev's database, where libudev finds the properties udev's rules gave a device; a
+    // sandbox's /run has none.
     if (mount("qvhid-run", "/run", "tmpfs", 0, "mode=0755") != 0)
         return failure("tmpfs at /run");
-    m_sysfs.createSkeleton();
+    if (layout == Layout::Desktop)
+        m_sysfs.createSkeleton();
 
     if (mount("qvhid-dev", "/dev", "tmpfs", 0, "mode=0755") != 0)
         return failure("tmpfs at /dev");
@@ -115,7 +128,32 @@ std::string EmulatedSystem::start()
             return failure("binding " + to);
     }
     link("/proc/self/fd", "/dev/fd");
+    m_nodes = "/dev";
+    if (layout == Layout::FlatpakSandboxWithoutDevices) {
+        m_nodes = m_work + "/nodes";
+        fs::create_directories(m_nodes);
+    }
     setenv("SYSTEMD_DEVICE_VERIFY_SYSFS", "0", 1);
+    return {};
+}
+
+// /sys as a Flatpak sandbox has it: a directory of its own holding block, bus, class, dev and
+// devices of the host's, each read-only, and nothing else.
+std::string EmulatedSystem::mountSandboxSysfs(const std::string &hostSysfs)
+{
+    if (mount("qvhid-sandbox-sys", "/sys", "tmpfs", 0, "mode=0755") != 0)
+        return failure("tmpfs at /sys");
+    for (const char *part : {"block", "bus", "class", "dev", "devices"}) {
+        const std::string from = hostSysfs + "/" + part;
+        const std::string to = std::string("/sys/") + part;
+        fs::create_directories(to);
+        if (!bindMount(from, to, MS_REC))
+            return failure("binding " + to);
+        if (mount(nullptr, to.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) != 0)
+            return failure("making " + to + " read-only");
+    }
+    if (mount(nullptr, "/sys", nullptr, MS_REMOUNT | MS_RDONLY, "mode=0755") != 0)
+        return failure("making /sys read-only");
     return {};
 }
 
@@ -159,13 +197,24 @@ void EmulatedSystem::plugInterface(int number, const Interface &interface)
     m_known[number] = interface;
     m_plugged[number] = interface.description;
     const std::vector<int> events = m_sysfs.addHidInterface(interface.usbName, number, interface.description);
-    const std::string node = format("/dev/hidraw%d", number);
+    const std::string node = format("%s/hidraw%d", m_nodes.c_str(), number);
     createFile(node);
     bindMount(format("%s/hidraw/hidraw%d", m_work.c_str(), number), node);
     // The input devices' event nodes are there, as the kernel makes them; nothing here reads them.
-    fs::create_directories("/dev/input");
+    fs::create_directories(m_nodes + "/input");
     for (const int event : events)
-        createFile(format("/dev/input/event%d", event));
+        createFile(format("%s/input/event%d", m_nodes.c_str(), event));
+}
+
+void EmulatedSystem::replug(int number)
+{
+    const auto known = m_known.find(number);
+    if (known == m_known.end() || m_plugged.count(number))
+        return;
+    const Interface interface = known->second;
+    if (interface.ownsUsbDevice)
+        m_sysfs.addUsbDevice(interface.usbName, interface.description);
+    plugInterface(number, interface);
 }
 
 void EmulatedSystem::unplug(int number)
@@ -173,12 +222,12 @@ void EmulatedSystem::unplug(int number)
     if (!m_plugged.count(number))
         return;
     m_server.unplug(number);
-    const std::string node = format("/dev/hidraw%d", number);
+    const std::string node = format("%s/hidraw%d", m_nodes.c_str(), number);
     umount2(node.c_str(), MNT_DETACH);
     unlink(node.c_str());
     const Interface &interface = m_known.at(number);
     for (const int event : m_sysfs.eventNumbers(number))
-        unlink(format("/dev/input/event%d", event).c_str());
+        unlink(format("%s/input/event%d", m_nodes.c_str(), event).c_str());
     m_sysfs.removeHidInterface(interface.usbName, number, interface.description);
     if (interface.ownsUsbDevice)
         m_sysfs.removeUsbDevice(interface.usbName);

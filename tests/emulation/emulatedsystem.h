@@ -33,15 +33,30 @@ public:
     EmulatedSystem(const EmulatedSystem &) = delete;
     EmulatedSystem &operator=(const EmulatedSystem &) = delete;
 
-    // Mounts the private /sys and /dev and starts the server; empty, or why it failed. Sets
-    // SYSTEMD_DEVICE_VERIFY_SYSFS=0, without which libudev refuses a /sys that is not sysfs.
-    std::string start();
+    // What the process sees of the emulated system.
+    enum class Layout {
+        // A desktop: /sys, /dev and udev's database in /run/udev, all of it.
+        Desktop,
+        // A Flatpak sandbox with --device=all: no /run/udev (no udev database), of /sys only
+        // block, bus, class, dev and devices, read-only, and the host's /dev.
+        FlatpakSandbox,
+        // The same without --device=all: /dev has no hidraw or input nodes; sysfs still shows
+        // the devices.
+        FlatpakSandboxWithoutDevices,
+    };
+
+    // Mounts the private /sys, /run and /dev and starts the server; empty, or why it failed.
+    // Sets SYSTEMD_DEVICE_VERIFY_SYSFS=0, without which libudev refuses a /sys that is not sysfs.
+    std::string start(Layout layout = Layout::Desktop);
 
     // Plugs in an interface as /dev/hidraw<number>, the one interface of a USB device of its
     // own; its sysfs entries appear with it.
     void plug(int number, const hid::virt::DeviceDescription &description);
     // Pulls it: its sysfs entries and /dev node go, open files fail.
     void unplug(int number);
+    // Plugs an interface pulled before in again, as it was: on its own USB device, with its
+    // USB device's sound cards where it had them.
+    void replug(int number);
 
     // A USB device with any number of HID interfaces and sound cards, as a headset with its
     // audio on one interface and call control on another, or a dock with audio alone.
@@ -78,12 +93,14 @@ private:
     };
 
     void plugInterface(int number, const Interface &interface);
+    std::string mountSandboxSysfs(const std::string &hostSysfs);
 
     HidrawServer m_server;
-    std::string m_work; // a private tmpfs for the server's mount point and the saved /dev
+    std::string m_work;  // a private tmpfs for the server's mount point and the saved /dev
+    std::string m_nodes; // where device nodes are made: /dev, or the host's /dev a sandbox does not see
     std::map<int, hid::virt::DeviceDescription> m_plugged;
     std::map<int, Interface> m_known;
-    SysfsTree m_sysfs{"/sys", "/run/udev/data"};
+    SysfsTree m_sysfs{"/sys", "/run/udev/data"}; // the host's sysfs and udev database
     int m_nextUsbDevice = 1;
     bool m_started = false;
 };

@@ -53,6 +53,7 @@ struct HidrawServer::Device
     int number = 0;
     hid::virt::DeviceDescription description;
     bool plugged = true;
+    bool denied = false;
     unsigned long opens = 0;
     unsigned long inputWaits = 0;
     std::vector<Bytes> written;
@@ -84,6 +85,7 @@ std::string HidrawServer::start(const std::string &mountPoint)
     operations.lookup = &HidrawServer::onLookup;
     operations.getattr = &HidrawServer::onGetattr;
     operations.open = &HidrawServer::onOpen;
+    operations.access = &HidrawServer::onAccess;
     operations.read = &HidrawServer::onRead;
     operations.write = &HidrawServer::onWrite;
     operations.release = &HidrawServer::onRelease;
@@ -171,6 +173,14 @@ void HidrawServer::replug(int number)
     if (found == m_devices.end())
         return;
     found->second->plugged = true;
+}
+
+void HidrawServer::setDenied(int number, bool denied)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_devices.find(number);
+    if (found != m_devices.end())
+        found->second->denied = denied;
 }
 
 void HidrawServer::inject(int number, const Bytes &report)
@@ -298,6 +308,10 @@ void HidrawServer::onOpen(fuse_req_t request, fuse_ino_t inode, fuse_file_info *
         fuse_reply_err(request, ENODEV);
         return;
     }
+    if (device->denied) {
+        fuse_reply_err(request, EACCES);
+        return;
+    }
     auto file = std::make_unique<OpenFile>();
     file->device = device->number;
     file->readOnly = (info->flags & O_ACCMODE) == O_RDONLY;
@@ -307,6 +321,14 @@ void HidrawServer::onOpen(fuse_req_t request, fuse_ino_t inode, fuse_file_info *
     info->nonseekable = 1;
     server.m_files[info->fh] = std::move(file);
     fuse_reply_open(request, info);
+}
+
+void HidrawServer::onAccess(fuse_req_t request, fuse_ino_t inode, int)
+{
+    HidrawServer &server = of(request);
+    std::lock_guard<std::mutex> lock(server.m_mutex);
+    const Device *device = server.deviceOf(inode);
+    fuse_reply_err(request, device && device->denied ? EACCES : 0);
 }
 
 void HidrawServer::onRead(fuse_req_t request, fuse_ino_t, size_t size, off_t, fuse_file_info *info)

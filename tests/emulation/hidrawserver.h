@@ -49,6 +49,9 @@ public:
     void unplug(int number);
     // Serves the file again; files opened before stay dead.
     void replug(int number);
+    // As a node that udev gave the user no access to: opening it and access() fail with
+    // EACCES, for root too.
+    void setDenied(int number, bool denied);
 
     // Sends an input report to every file open on the device now.
     void inject(int number, const Bytes &report);
@@ -70,6 +73,7 @@ private:
     static void onLookup(fuse_req_t request, fuse_ino_t parent, const char *name);
     static void onGetattr(fuse_req_t request, fuse_ino_t inode, fuse_file_info *file);
     static void onOpen(fuse_req_t request, fuse_ino_t inode, fuse_file_info *file);
+    static void onAccess(fuse_req_t request, fuse_ino_t inode, int mask);
     static void onRead(fuse_req_t request, fuse_ino_t inode, size_t size, off_t offset, fuse_file_info *file);
     static void onWrite(fuse_req_t request, fuse_ino_t inode, const char *data, size_t size, off_t offset,
                         fuse_file_info *file);
