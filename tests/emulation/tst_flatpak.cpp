@@ -72,6 +72,7 @@ private slots:
     void bindsByAlsaCardIndex();
     void ringingCallLightsTheLampsAndComesBackAfterAReplug();
     void desktopMuteIsToldFromTheKernelsCapabilities();
+    void probeWatchSaysTheDesktopMutesToo();
     void nodeTheHostGaveNoAccessToNamesTheHostsRules();
 
 private:
@@ -196,6 +197,23 @@ void TestFlatpak::desktopMuteIsToldFromTheKernelsCapabilities()
         warned =
             warned || (line.level == 4 && line.text.contains(QLatin1String("gives its mute button to the desktop")));
     QVERIFY(warned);
+}
+
+void TestFlatpak::probeWatchSaysTheDesktopMutesToo()
+{
+    QProcess watch;
+    watch.start(QStringLiteral(PROBE), {QStringLiteral("watch"), VolumeKeysSource});
+    QVERIFY(watch.waitForStarted());
+    QByteArray printed;
+    QTRY_VERIFY_WITH_TIMEOUT((printed += watch.readAllStandardOutput()).contains("device shown"),
+                             10000 * timingScale());
+    watch.write("quit\n");
+    QVERIFY(watch.waitForFinished(10000 * timingScale()));
+    const QString output = QString::fromUtf8(printed + watch.readAllStandardOutput());
+    QVERIFY2(output.contains(QRegularExpression(QStringLiteral(
+                 "mute button +the desktop mutes the system microphone too, on every press: 'qvhid-probe list' tells "
+                 "how to stop it"))),
+             qPrintable(output));
 }
 
 void TestFlatpak::nodeTheHostGaveNoAccessToNamesTheHostsRules()
