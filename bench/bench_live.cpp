@@ -5,8 +5,6 @@
 //
 //   bench_live [--presses N] [--calls N] [--bindings N] [--replugs N] [--idle-seconds N]
 
-#include "virtualnodes.h"
-
 #include <hiddevice.h>
 #include <hiddevicemanager.h>
 #include <virtualhid.h>
@@ -320,8 +318,7 @@ void bindingTime(HidDeviceManager &manager, Reports &reports, int others, int bi
 
 // The plug pulled, to deviceHide; the headset plugged in again, to the state of the call (a
 // call in progress, so the reader resumes it) reaching the application.
-void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualNodes &nodes, VirtualDevice &headset,
-                   int replugs)
+void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &headset, int replugs)
 {
     manager.onCallIncome();
     manager.onCallUnmuted();
@@ -331,14 +328,14 @@ void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualNodes &no
         pause(50);
         const int hidesBefore = reports.hides;
         const Clock::time_point pulled = Clock::now();
-        nodes.unplug(headset);
+        headset.unplug();
         if (!waitUntil([&] { return reports.hides > hidesBefore; }))
             break;
         toHide.push_back(milliseconds(reports.lastHide - pulled));
         pause(50);
         reports.state.clear();
         const Clock::time_point plugged = Clock::now();
-        nodes.replug(headset);
+        headset.replug();
         if (!waitUntil([&] { return reports.state == QLatin1String("Talk"); }))
             break;
         toTalk.push_back(milliseconds(reports.lastState - plugged));
@@ -381,11 +378,9 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     const Options options = parseOptions(QCoreApplication::arguments());
 
-    // Node files for the virtual headset, so that the binding sees it plugged in and out.
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(model("telephony-headset"));
+    // The binding sees the virtual headset unplugged and plugged in again as it sees a real one.
+    VirtualDevice headset = VirtualDevice::add(model("telephony-headset"));
     HidDeviceManager manager;
-    manager.findChild<hid::HidDevice *>()->setSystemView(nodes.systemView());
     Reports reports;
     reports.watch(manager);
     if (!bind(manager, reports)) {
@@ -405,7 +400,7 @@ int main(int argc, char *argv[])
     bindingTime(manager, reports, 99, options.bindings);
     if (!bind(manager, reports))
         return 1;
-    replugLatency(manager, reports, nodes, headset, options.replugs);
+    replugLatency(manager, reports, headset, options.replugs);
 
     if (!bind(manager, reports))
         return 1;
@@ -419,7 +414,7 @@ int main(int argc, char *argv[])
         idleCost(QStringLiteral("bound to a headset streaming every 8 ms (the stream's own thread not counted)"),
                  options.idleSeconds, QStringLiteral("streaming_core_percent"), [&stream] { return stream.stop(); });
     }
-    nodes.unplug(headset);
+    headset.unplug();
     pause(1000);
     idleCost(QStringLiteral("headset unplugged, waiting for it"), options.idleSeconds,
              QStringLiteral("idle_unplugged_core_percent"));
@@ -427,7 +422,7 @@ int main(int argc, char *argv[])
     pause(1000);
     idleCost(QStringLiteral("waiting for a headset that never comes"), options.idleSeconds);
     manager.onActiveAudioDeviceChanged(QString());
-    nodes.removeAll();
+    hid::virt::removeAllDevices();
 
     if (!options.json.isEmpty()) {
         if (options.parseMbPerSecond >= 0)

@@ -136,10 +136,6 @@ void TestHeadset::remapPhoneMuteInUdevDatabase() const
         system().setEventUdevProperty(event, "KEYBOARD_KEY_b002f", "reserved");
 }
 
-hid::SystemView TestHeadset::systemView()
-{
-    return hid::LiveSystemView();
-}
 
 QStringList TestHeadset::written() const
 {

@@ -66,7 +66,6 @@ private:
 void TestDesktopMute::initTestCase()
 {
     QVHID_REQUIRE_TEST_HEADSETS();
-    manager().findChild<hid::HidDevice *>()->setSystemView(TestHeadset::systemView());
 }
 
 void TestDesktopMute::cleanup()

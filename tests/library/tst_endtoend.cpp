@@ -92,8 +92,6 @@ private:
 void TestEndToEnd::initTestCase()
 {
     QVHID_REQUIRE_TEST_HEADSETS();
-    // The binding watches where these headsets' nodes come and go.
-    manager().findChild<hid::HidDevice *>()->setSystemView(TestHeadset::systemView());
 }
 
 void TestEndToEnd::init()

@@ -6,7 +6,6 @@
 #include "bindingevents.h"
 #include "capturinglogger.h"
 #include "virtualheadsets.h"
-#include "virtualnodes.h"
 
 #include <hiddevice.h>
 #include <hiddevicemanager.h>
@@ -130,7 +129,6 @@ class TestFaults : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
 
@@ -151,12 +149,6 @@ private:
     std::unique_ptr<CapturingLogger> m_log;
 };
 
-void TestFaults::initTestCase()
-{
-    // The binding watches where the virtual headsets' nodes come and go.
-    manager().findChild<hid::HidDevice *>()->setSystemView(VirtualNodes::instance().systemView());
-}
-
 void TestFaults::init()
 {
     m_log = std::make_unique<CapturingLogger>();
@@ -168,7 +160,7 @@ void TestFaults::cleanup()
 {
     manager().onActiveAudioDeviceChanged(QString());
     manager().onCallEnd();
-    VirtualNodes::instance().removeAll();
+    hid::virt::removeAllDevices();
     m_log.reset();
 }
 
@@ -243,8 +235,7 @@ void TestFaults::failingWritesLoseNoLaterState()
 
 void TestFaults::unplugDuringABurstAndReplugUnderANewPath()
 {
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
     BindingEvents events;
     events.watch(&manager());
     QVERIFY(bind(events));
@@ -253,7 +244,7 @@ void TestFaults::unplugDuringABurstAndReplugUnderANewPath()
     headset.press("mute");
     headset.release("mute", std::chrono::milliseconds(2));
     headset.press("answer", std::chrono::milliseconds(3));
-    nodes.unplug(headset);
+    headset.unplug();
     // Whatever of the burst was read before the plug was pulled may have made a gesture; then
     // the binding is withdrawn, once.
     QTRY_VERIFY(events.since(bound).endsWith(QStringLiteral("hide")));
@@ -264,7 +255,7 @@ void TestFaults::unplugDuringABurstAndReplugUnderANewPath()
     manager().onCallIncome(); // the application goes on, and ends the call
     manager().onCallEnd();
 
-    nodes.replug(headset, true);
+    headset.replug("virtual-hid/replugged");
     QTRY_COMPARE(events.since(withdrawn), (QStringList{"show:Office Headset 20", "state:Initial"}));
     QCOMPARE(headset.openHandles(), 1);
     headset.clearWrittenReports();
@@ -284,8 +275,7 @@ void TestFaults::unplugDuringAWriteAndReplugUnderTheSamePath()
     // This headset's ring is two output reports: the plug is pulled as the first arrives.
     const QStringList reference = wholeCallReports("vendor-page-headset");
     QVERIFY(!reference.isEmpty());
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("vendor-page-headset"));
+    VirtualDevice headset = VirtualDevice::add(modelDescription("vendor-page-headset"));
     const QString audioDevice = QStringLiteral("Headset Earphone (3- Link Adapter 360)");
     BindingEvents events;
     events.watch(&manager());
@@ -293,7 +283,7 @@ void TestFaults::unplugDuringAWriteAndReplugUnderTheSamePath()
     m_log->clear();
     headset.clearWrittenReports();
     headset.setResponder([headset](const hid::virt::Bytes &) mutable {
-        VirtualNodes::instance().unplug(headset);
+        headset.unplug();
         return std::vector<hid::virt::Bytes>();
     });
     const int bound = events.size();
@@ -309,7 +299,7 @@ void TestFaults::unplugDuringAWriteAndReplugUnderTheSamePath()
     // Plugged in again while the call still rings: bound, and ringing again.
     headset.setResponder({});
     headset.clearWrittenReports();
-    nodes.replug(headset);
+    headset.replug();
     QTRY_COMPARE(events.since(bound + 2),
                  (QStringList{"show:Link Adapter 360", "state:Initial", "state:Incoming call"}));
     const QStringList initReports = {"0520", "0500"};
@@ -327,8 +317,7 @@ void TestFaults::unplugWhileAnswersKeepComing()
     // The headset answers a write with a report every 5 ms for a second. The read-back ends at
     // its cap, the answers after it are read as input (repeats of the same report: no gesture,
     // though this model clicks on an empty report), and the plug is pulled meanwhile.
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("echoing-headset"));
+    VirtualDevice headset = VirtualDevice::add(modelDescription("echoing-headset"));
     const QString audioDevice = QStringLiteral("Microphone (Desk Headset 310)");
     BindingEvents events;
     events.watch(&manager());
@@ -343,7 +332,7 @@ void TestFaults::unplugWhileAnswersKeepComing()
     manager().onCallIncome();
     QTRY_COMPARE(writtenHex(headset).size(), 1);
     QTest::qWait(200);
-    nodes.unplug(headset);
+    headset.unplug();
     QTRY_COMPARE(events.since(bound), (QStringList{"state:Incoming call", "hide"}));
     // The state was announced once its report was written; the answers of the next 50 ms were
     // logged and discarded; the cap was logged; the rest was input until the read that failed.
@@ -366,8 +355,7 @@ void TestFaults::unplugDuringADrain()
     // A model that drains what the headset sends for 700 ms after each gesture.
     manager().InitHidDevices(QStringLiteral(R"({"configurations": {"Slow": {"longDelay": true}},
         "devices": [{"vid": "0x0B0E", "pid": "0x030D", "configuration": "Slow"}]})"));
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
     BindingEvents events;
     events.watch(&manager());
     QVERIFY(bind(events));
@@ -380,7 +368,7 @@ void TestFaults::unplugDuringADrain()
     sinceUnplug.start();
     // Queued while the reader drains: it is taken as soon as the drain ends.
     manager().onCallIncome();
-    nodes.unplug(headset);
+    headset.unplug();
     QTRY_COMPARE(events.since(before), (QStringList{"mute", "state:Incoming call", "hide"}));
     // The drain ended at the failed read, not 700 ms after the gesture; so did the one after
     // the failed write, which followed the state's announcement; the next read found the

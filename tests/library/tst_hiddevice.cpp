@@ -10,13 +10,13 @@
 #include "signalrecorder.h"
 #include "stresscount.h"
 #include "virtualheadsets.h"
-#include "virtualnodes.h"
 
 #include <hiddevice.h>
 #include <platform/hiddevicelookup.h>
 
 #include <hidapi.h>
 
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <chrono>
@@ -127,20 +127,19 @@ struct BindingRig
     BindingEvents events;
 };
 
-// A binding that watches the node directory of the virtual headsets, with the standard headset
-// plugged in there first (unless told otherwise), a recorder and a logger.
+// A binding, with the standard headset plugged in first (unless told otherwise), a recorder and
+// a logger. The binding learns of virtual headsets being plugged in and out as an application's
+// does, through the virtual library.
 struct PluggingRig
 {
     explicit PluggingRig(bool plugged = true)
     {
         if (plugged)
-            headset = nodes.add(modelDescription("telephony-headset"));
-        device.setSystemView(nodes.systemView());
+            headset = VirtualDevice::add(modelDescription("telephony-headset"));
         events.watch(&device);
     }
-    ~PluggingRig() { nodes.removeAll(); }
+    ~PluggingRig() { hid::virt::removeAllDevices(); }
 
-    VirtualNodes &nodes = VirtualNodes::instance();
     VirtualDevice headset;
     CapturingLogger logger;
     HidDevice device{nullptr};
@@ -778,7 +777,7 @@ void TestHidDevice::unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn()
     rig.device.onCallIncome();
     QTRY_COMPARE(rig.events.since(3), QStringList{"state:Incoming call"});
 
-    rig.nodes.unplug(rig.headset);
+    rig.headset.unplug();
     QTRY_COMPARE(rig.events.since(4), QStringList{"hide"});
     QVERIFY(!rig.device.getReaderThread());
     QCOMPARE(rig.device.getName(), EndpointOfHeadset20);
@@ -788,7 +787,7 @@ void TestHidDevice::unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn()
     rig.device.onCallUnmuted(); // answered while the headset is away
 
     rig.headset.clearWrittenReports();
-    rig.nodes.replug(rig.headset);
+    rig.headset.replug();
     QTRY_COMPARE(rig.events.since(5), (QStringList{"show:Office Headset 20", "state:Initial", "state:Talk"}));
     QCOMPARE(writtenHex(rig.headset), (QStringList{"0200", "0221"}));
     QVERIFY(rig.logger.texts().contains(QStringLiteral("HID DEVICE Headset plugged in for ") + EndpointOfHeadset20));
@@ -806,13 +805,13 @@ void TestHidDevice::headsetPluggedInAfterItsNameWasReported()
     QVERIFY(!rig.device.reset(EndpointOfHeadset20));
     QCOMPARE(rig.events.entries(), QStringList{"hide"});
     rig.device.onCallIncome();
-    rig.headset = rig.nodes.add(modelDescription("telephony-headset"));
+    rig.headset = VirtualDevice::add(modelDescription("telephony-headset"));
     QTRY_COMPARE(rig.events.entries(),
                  (QStringList{"hide", "show:Office Headset 20", "state:Initial", "state:Incoming call"}));
     QCOMPARE(writtenHex(rig.headset), (QStringList{"0200", "0222"}));
     QCOMPARE(rig.device.getName(), EndpointOfHeadset20);
     // Another headset plugged in now changes nothing: the binding has its headset.
-    VirtualDevice other = rig.nodes.add(modelDescription("telephony-headset"));
+    VirtualDevice other = VirtualDevice::add(modelDescription("telephony-headset"));
     QTest::qWait(200);
     QCOMPARE(other.counters().opens, 0ul);
     QCOMPARE(rig.events.size(), 4);
@@ -831,7 +830,7 @@ void TestHidDevice::headsetThatCannotBeOpenedIsTriedAgainOnlyOnAPlugEvent()
     QTest::qWait(300);
     QCOMPARE(rig.events.size(), 3); // no retry by itself
     // Any hidraw node that comes or goes is a plug event.
-    rig.nodes.add(modelDescription("echoing-headset"));
+    VirtualDevice::add(modelDescription("echoing-headset"));
     QTRY_COMPARE(rig.events.since(3), (QStringList{"show:Office Headset 20", "state:Initial"}));
     QCOMPARE(rig.headset.openHandles(), 1);
 }
@@ -842,8 +841,8 @@ void TestHidDevice::noWaitingWithoutAName()
     QVERIFY(rig.device.reset(EndpointOfHeadset20));
     QTRY_COMPARE(rig.events.size(), 3);
     rig.device.reset(QString());
-    rig.nodes.unplug(rig.headset);
-    rig.nodes.replug(rig.headset);
+    rig.headset.unplug();
+    rig.headset.replug();
     QTest::qWait(200);
     QCOMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial", "hide"}));
     QVERIFY(rig.logger.texts().filter(QStringLiteral("HID DEVICE Waiting for a headset")).isEmpty());
@@ -851,10 +850,15 @@ void TestHidDevice::noWaitingWithoutAName()
 
 void TestHidDevice::headsetWhoseNodeIsNotThereYetIsLeftForTheNextEvent()
 {
+    // The binding watches a device directory of the test's own, where a headset's node is a file.
     PluggingRig rig(false);
+    QTemporaryDir nodes;
+    const QString directory = nodes.path();
+    hid::SystemView system = hid::LiveSystemView();
+    system.deviceDirectory = directory;
+    rig.device.setSystemView(system);
     QVERIFY(!rig.device.reset(EndpointOfHeadset20));
     // hidapi lists the headset, but its node cannot be opened yet (here: it is not there).
-    const QString directory = rig.nodes.systemView().deviceDirectory;
     hid::virt::DeviceDescription description = modelDescription("telephony-headset");
     description.path = (directory + QStringLiteral("/hidraw900")).toStdString();
     VirtualDevice headset = VirtualDevice::add(description);

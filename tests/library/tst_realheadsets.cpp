@@ -107,7 +107,6 @@ private:
 void TestRealHeadsets::initTestCase()
 {
     QVHID_REQUIRE_TEST_HEADSETS();
-    manager().findChild<hid::HidDevice *>()->setSystemView(TestHeadset::systemView());
     m_events.watch(&manager());
 }
 

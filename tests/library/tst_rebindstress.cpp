@@ -7,7 +7,6 @@
 #include "liveobjects.h"
 #include "stresscount.h"
 #include "virtualheadsets.h"
-#include "virtualnodes.h"
 #include "bindingevents.h"
 
 #include <hiddecoderbase.h>
@@ -27,7 +26,7 @@ class TestRebindStress : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { VirtualNodes::instance().removeAll(); }
+    void init() { hid::virt::removeAllDevices(); }
     void rebindsLeaveNothingBehind();
     void replugsLeaveOneOpenHandleAndNoStaleSignal();
 };
@@ -123,10 +122,8 @@ void TestRebindStress::replugsLeaveOneOpenHandleAndNoStaleSignal()
     LiveObjects census;
     const int threadsBefore = runningThreadCount();
     CapturingLogger logger;
-    VirtualNodes &nodes = VirtualNodes::instance();
-    VirtualDevice headset = nodes.add(modelDescription("telephony-headset"));
+    VirtualDevice headset = VirtualDevice::add(modelDescription("telephony-headset"));
     auto manager = std::make_unique<HidDeviceManager>();
-    manager->findChild<hid::HidDevice *>()->setSystemView(nodes.systemView());
     events.watch(manager.get());
 
     // Waits for the binding just shown to enter Initial.
@@ -143,10 +140,10 @@ void TestRebindStress::replugsLeaveOneOpenHandleAndNoStaleSignal()
             manager->onCallUnmuted();
         headset.press("mute");
         headset.release("mute");
-        nodes.unplug(headset);
+        headset.unplug();
         QTRY_VERIFY_WITH_TIMEOUT(events.entries().endsWith(QStringLiteral("hide")), 10000);
         const int withdrawn = events.size();
-        nodes.replug(headset, i % 3 == 0);
+        headset.replug(i % 3 == 0 ? "virtual-hid/replugged-" + std::to_string(i) : std::string());
         QTRY_VERIFY_WITH_TIMEOUT(events.size() > withdrawn, 10000);
         waitForTheNewBinding(withdrawn);
     }
@@ -178,7 +175,7 @@ void TestRebindStress::replugsLeaveOneOpenHandleAndNoStaleSignal()
     QCOMPARE(census.count<hid::HidDecoderBase>(), 0);
     manager.reset();
     QCOMPARE(census.total(), 0);
-    nodes.removeAll();
+    hid::virt::removeAllDevices();
 }
 
 QTEST_GUILESS_MAIN(TestRebindStress)

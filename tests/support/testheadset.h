@@ -8,7 +8,6 @@
 
 #include "timingscale.h"
 
-#include <platform/systemview.h>
 #include <virtualhid.h>
 
 #include <QString>
@@ -28,8 +27,6 @@ public:
 
     static TestHeadset add(const hid::virt::DeviceDescription &description);
     static void removeAll();
-    // Where a binding looks for sound cards and watches for plugged headsets, to see these.
-    static hid::SystemView systemView();
     // Whether the harness shows the input devices that the kernel's HID input driver makes of a
     // headset (the kernel emulation does; virtual headsets are no hidraw nodes and have none).
     static bool hasKernelInputDevices();

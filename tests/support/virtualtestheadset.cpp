@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 // TestHeadset over the virtual headset library.
 
+// A binding learns of virtual headsets being unplugged and plugged in through the virtual
+// library's hid_watch_plugging(), as an application's tests do.
+
 #include "testheadset.h"
 #include "virtualheadsets.h"
-#include "virtualnodes.h"
 
 #include <map>
 
@@ -34,7 +36,7 @@ QString TestHeadset::unavailable()
 
 TestHeadset TestHeadset::add(const hid::virt::DeviceDescription &description)
 {
-    const VirtualDevice device = VirtualNodes::instance().add(description);
+    const VirtualDevice device = VirtualDevice::add(description);
     devices()[device.id()] = device;
     return TestHeadset(device.id());
 }
@@ -48,7 +50,7 @@ void TestHeadset::remapPhoneMuteInUdevDatabase() const { }
 
 void TestHeadset::removeAll()
 {
-    VirtualNodes::instance().removeAll();
+    hid::virt::removeAllDevices();
     devices().clear();
 }
 
@@ -80,26 +82,19 @@ std::function<void(const hid::virt::Bytes &)> TestHeadset::injector() const
 
 void TestHeadset::unplug() const
 {
-    VirtualDevice device = deviceOf(m_id);
-    VirtualNodes::instance().unplug(device);
+    deviceOf(m_id).unplug();
 }
 
 void TestHeadset::replug() const
 {
-    VirtualDevice device = deviceOf(m_id);
-    VirtualNodes::instance().replug(device);
+    deviceOf(m_id).replug();
 }
 
 TestHeadset TestHeadset::replugUnderANewPath() const
 {
-    VirtualDevice device = deviceOf(m_id);
-    VirtualNodes::instance().replug(device, true);
+    static int replugs = 0;
+    deviceOf(m_id).replug("virtual-hid/replugged-" + std::to_string(++replugs));
     return *this;
-}
-
-hid::SystemView TestHeadset::systemView()
-{
-    return VirtualNodes::instance().systemView();
 }
 
 QStringList TestHeadset::written() const

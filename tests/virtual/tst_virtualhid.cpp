@@ -88,6 +88,8 @@ private slots:
     void queueHoldsAtMost64Reports();
     void unplugFailsReadsAndWritesAndWakesAReader();
     void replugUnderANewPath();
+    void pluggingIsToldToItsWatchers();
+    void unwatchWaitsForTheCallbackInProgress();
     void responderAnswersWrites();
     void echoingModelAnswersEveryWrite();
     void injectedFaults();
@@ -407,6 +409,84 @@ void TestVirtualHid::replugUnderANewPath()
     hid_device *same = hid_open_path("virtual-hid/replugged");
     QVERIFY(same);
     hid_close(same);
+}
+
+void TestVirtualHid::pluggingIsToldToItsWatchers()
+{
+    struct Watch
+    {
+        std::atomic<int> calls{0};
+        std::atomic<bool> pluggedWhenCalled{false};
+        VirtualDevice device;
+    };
+    Watch watch;
+    const auto count = [](void *context) {
+        auto *w = static_cast<Watch *>(context);
+        // Told after the change: the enumeration already shows it.
+        hid_device_info *listed = hid_enumerate(0x0B0E, 0x030D);
+        w->pluggedWhenCalled = listed != nullptr;
+        hid_free_enumeration(listed);
+        ++w->calls;
+    };
+    QCOMPARE(hid_watch_plugging(nullptr, nullptr), 0);
+    const int handle = hid_watch_plugging(count, &watch);
+    QVERIFY(handle > 0);
+    watch.device = addModel("telephony-headset");
+    QCOMPARE(watch.calls.load(), 1);
+    QVERIFY(watch.pluggedWhenCalled);
+    watch.device.unplug();
+    QCOMPARE(watch.calls.load(), 2);
+    QVERIFY(!watch.pluggedWhenCalled);
+    watch.device.replug("virtual-hid/watched");
+    QCOMPARE(watch.calls.load(), 3);
+    QVERIFY(watch.pluggedWhenCalled);
+    watch.device.remove();
+    QCOMPARE(watch.calls.load(), 4);
+    addModel("telephony-headset");
+    hid::virt::removeAllDevices();
+    QCOMPARE(watch.calls.load(), 6);
+    // Injected reports, writes and presses are no plugging.
+    VirtualDevice other = addModel("telephony-headset");
+    other.press("answer");
+    QCOMPARE(watch.calls.load(), 7);
+
+    // A second watcher is told too; one that ended is not.
+    Watch second;
+    const int secondHandle = hid_watch_plugging(count, &second);
+    QVERIFY(secondHandle > 0 && secondHandle != handle);
+    hid_unwatch_plugging(handle);
+    other.unplug();
+    QCOMPARE(watch.calls.load(), 7);
+    QCOMPARE(second.calls.load(), 1);
+    hid_unwatch_plugging(secondHandle);
+    hid_unwatch_plugging(secondHandle); // twice, or an unknown handle: nothing happens
+    hid_unwatch_plugging(12345);
+    other.replug();
+    QCOMPARE(second.calls.load(), 1);
+}
+
+void TestVirtualHid::unwatchWaitsForTheCallbackInProgress()
+{
+    // The callback runs on the thread that plugs; unwatching from another waits for it.
+    struct Slow
+    {
+        std::atomic<bool> entered{false};
+        std::atomic<bool> finished{false};
+    };
+    Slow slow;
+    const int handle = hid_watch_plugging(
+        [](void *context) {
+            auto *s = static_cast<Slow *>(context);
+            s->entered = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            s->finished = true;
+        },
+        &slow);
+    std::thread plugger([] { addModel("telephony-headset"); });
+    QTRY_VERIFY(slow.entered);
+    hid_unwatch_plugging(handle);
+    QVERIFY(slow.finished);
+    plugger.join();
 }
 
 void TestVirtualHid::responderAnswersWrites()

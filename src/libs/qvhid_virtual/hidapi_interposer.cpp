@@ -6,6 +6,7 @@
 // hid_close frees its record with hid_free_enumeration), and then reaches the versions here;
 // handles and records that are not virtual pass through unchanged, so that works.
 
+#include "plugwatchers.h"
 #include "realhidapi.h"
 #include "virtualregistry.h"
 
@@ -13,6 +14,7 @@
 #include <cwchar>
 #include <string>
 
+using hid::virt::PlugWatchers;
 using hid::virt::RealHidApi;
 using hid::virt::Registry;
 
@@ -129,6 +131,16 @@ HIDAPI_FUNCTION int hid_read_timeout_interruptible(hid_device *dev, unsigned cha
 HIDAPI_FUNCTION int hid_interrupt(hid_device *dev)
 {
     return isVirtual(dev) ? Registry::instance().interrupt(dev) : -1;
+}
+
+HIDAPI_FUNCTION int hid_watch_plugging(void (*callback)(void *context), void *context)
+{
+    return PlugWatchers::instance().watch(callback, context);
+}
+
+HIDAPI_FUNCTION void hid_unwatch_plugging(int watch)
+{
+    PlugWatchers::instance().unwatch(watch);
 }
 
 HIDAPI_FUNCTION int hid_read(hid_device *dev, unsigned char *data, size_t length)

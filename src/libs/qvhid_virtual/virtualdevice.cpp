@@ -2,6 +2,7 @@
 #include "virtualhid.h"
 #include "virtualmodels.h"
 
+#include "plugwatchers.h"
 #include "virtualregistry.h"
 
 #include <chrono>
@@ -11,7 +12,9 @@ namespace hid::virt {
 
 VirtualDevice VirtualDevice::add(const DeviceDescription &description)
 {
-    return VirtualDevice(Registry::instance().add(description));
+    const VirtualDevice device(Registry::instance().add(description));
+    PlugWatchers::instance().notify();
+    return device;
 }
 
 bool VirtualDevice::isValid() const
@@ -32,16 +35,19 @@ DeviceDescription VirtualDevice::description() const
 void VirtualDevice::remove()
 {
     Registry::instance().remove(m_id);
+    PlugWatchers::instance().notify();
 }
 
 void VirtualDevice::unplug()
 {
     Registry::instance().unplug(m_id);
+    PlugWatchers::instance().notify();
 }
 
 void VirtualDevice::replug(const std::string &newPath)
 {
     Registry::instance().replug(m_id, newPath);
+    PlugWatchers::instance().notify();
 }
 
 bool VirtualDevice::isPlugged() const
@@ -109,6 +115,7 @@ bool VirtualDevice::waitForListeningReader(std::chrono::milliseconds timeout) co
 void removeAllDevices()
 {
     Registry::instance().removeAll();
+    PlugWatchers::instance().notify();
 }
 
 std::vector<VirtualDevice> addModel(const Model &model)

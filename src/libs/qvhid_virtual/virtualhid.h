@@ -31,6 +31,15 @@ QVHID_VIRTUAL_EXPORT int hid_read_timeout_interruptible(hid_device *dev, unsigne
 /// Cuts short the wait of the interruptible read in progress on `dev`, or of the next one; any
 /// thread may call it. 0, or -1 for a device that is not virtual.
 QVHID_VIRTUAL_EXPORT int hid_interrupt(hid_device *dev);
+
+/// Another extension: a program that watches for devices being plugged in (as libqvhid watches
+/// /dev for hidraw nodes) learns of virtual ones too. `callback(context)` is called whenever a
+/// virtual device is added, removed, unplugged or plugged in again, on the thread that did it,
+/// after the change; it must not block. Returns a handle for hid_unwatch_plugging(), or 0 for a
+/// null callback.
+QVHID_VIRTUAL_EXPORT int hid_watch_plugging(void (*callback)(void *context), void *context);
+/// Ends a watch. Once it returns, its callback is not running and will not be called again.
+QVHID_VIRTUAL_EXPORT void hid_unwatch_plugging(int watch);
 }
 
 namespace hid::virt {

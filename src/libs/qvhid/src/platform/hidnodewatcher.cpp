@@ -3,8 +3,10 @@
 
 #include "hidlog.h"
 
+#include <QMetaObject>
 #include <QSocketNotifier>
 
+#include <dlfcn.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -13,9 +15,23 @@
 
 namespace hid {
 
+namespace {
+
+// The virtual headset library's extension of hidapi; see virtualhid.h.
+using WatchPlugging = int (*)(void (*)(void *), void *);
+using UnwatchPlugging = void (*)(int);
+
+UnwatchPlugging unwatchPlugging()
+{
+    return reinterpret_cast<UnwatchPlugging>(dlsym(RTLD_DEFAULT, "hid_unwatch_plugging"));
+}
+
+} // namespace
+
 HidNodeWatcher::HidNodeWatcher(const QString &directory, QObject *parent)
     : QObject(parent)
 {
+    watchHidapiPlugging();
     m_fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (m_fd < 0) {
         HID_LOG(log::Error) << "HID DEVICE Cannot watch for headsets being plugged in: " << std::strerror(errno);
@@ -36,9 +52,27 @@ HidNodeWatcher::HidNodeWatcher(const QString &directory, QObject *parent)
 
 HidNodeWatcher::~HidNodeWatcher()
 {
+    // Once it returns no callback runs; one already posted dies with this object.
+    if (m_hidapiWatch > 0)
+        unwatchPlugging()(m_hidapiWatch);
     delete m_notifier;
     if (m_fd >= 0)
         close(m_fd);
+}
+
+void HidNodeWatcher::watchHidapiPlugging()
+{
+    const auto watch = reinterpret_cast<WatchPlugging>(dlsym(RTLD_DEFAULT, "hid_watch_plugging"));
+    if (watch && unwatchPlugging())
+        m_hidapiWatch = watch(&HidNodeWatcher::onHidapiPlugging, this);
+}
+
+// On the thread that plugged the device: changed() is emitted on this object's own.
+void HidNodeWatcher::onHidapiPlugging(void *watcher)
+{
+    auto *self = static_cast<HidNodeWatcher *>(watcher);
+    QMetaObject::invokeMethod(
+        self, [self] { emit self->changed(); }, Qt::QueuedConnection);
 }
 
 void HidNodeWatcher::onReadable()

@@ -16,6 +16,9 @@ namespace hid {
 /// gives the user at the seat access to it, which changes its attributes. Watched with inotify,
 /// so that waiting costs nothing until the directory changes.
 ///
+/// Where the process's hidapi tells of its own devices being plugged (the virtual headset
+/// library's hid_watch_plugging()), those are told too: a virtual headset has no node.
+///
 /// Lives on the thread that made it, whose event loop delivers changed().
 class QVHID_EXPORT HidNodeWatcher : public QObject
 {
@@ -32,9 +35,12 @@ signals:
 
 private:
     void onReadable();
+    void watchHidapiPlugging();
+    static void onHidapiPlugging(void *watcher);
 
     int m_fd = -1;
     QSocketNotifier *m_notifier = nullptr;
+    int m_hidapiWatch = 0; // of hid_watch_plugging(), when the process's hidapi has it
 };
 
 } // namespace hid
