@@ -37,7 +37,7 @@ bash "$root/scripts/install-packages.sh" cmake clang libclang-rt-14-dev make pkg
 
 build=$root/build-fuzz
 cmake -S "$root" -B "$build" -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-      -DQVHID_FUZZ=ON -DQVHID_SANITIZE=address,undefined -DQVHID_BUILD_TESTS=OFF -DQVHID_BUILD_BENCHMARKS=OFF >/dev/null
+      -DQVHID_FUZZ=ON -DQVHID_SANITIZE=address,undefined -DQVHID_BUILD_TESTS=OFF -DQVHID_BUILD_BENCHMARKS=OFF -DQVHID_BUILD_QML=OFF >/dev/null
 cmake --build "$build" -j"$(nproc)" --target fuzz-seed-files $(printf 'fuzz_%s ' "${targets[@]}")
 
 export ASAN_OPTIONS=abort_on_error=1:detect_leaks=1
