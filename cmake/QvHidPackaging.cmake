@@ -5,6 +5,10 @@
 #   libqvhid1 / libqvhid-qt6-1       the libraries, the udev program and rules (postinst reloads udev)
 #   libqvhid-dev / libqvhid-qt6-dev  headers, CMake package, pkg-config file
 #   qvhid-probe / qvhid-probe-qt6    the probe
+#   qml-module-qvhid / qml6-module-qvhid
+#                                    the QML module QvHid, in Qt's QML directory
+#   qvhid-softphone / qvhid-softphone-qt6
+#                                    the example softphone, with its sources
 #   libhidapi-parser1, libqvhid-virtual1, libqvhid-common-dev
 #                                    the Qt-free libraries and their headers; both Qt builds make
 #                                    the same three, so either build's serve both
@@ -27,10 +31,17 @@ set(tools_package qvhid-probe${QVHID_NAME_SUFFIX})
 set(parser_package libhidapi-parser${PROJECT_VERSION_MAJOR})
 set(virtual_package libqvhid-virtual${PROJECT_VERSION_MAJOR})
 set(commondev_package libqvhid-common-dev)
+set(examples_package qvhid-softphone${QVHID_NAME_SUFFIX})
+# Debian names QML modules qml-module-* (Qt 5) and qml6-module-*; what a module's QML needs at
+# run time is no library, so dpkg-shlibdeps cannot find it.
 if(QVHID_QT_VERSION STREQUAL "5")
     set(qt_dev_packages "qtbase5-dev")
+    set(qml_package qml-module-qvhid)
+    set(qt_quick_controls "qml-module-qtquick2, qml-module-qtquick-window2, qml-module-qtquick-controls2, qml-module-qtquick-layouts")
 else()
     set(qt_dev_packages "qt6-base-dev, qt6-scxml-dev")
+    set(qml_package qml6-module-qvhid)
+    set(qt_quick_controls "qml6-module-qtquick, qml6-module-qtquick-window, qml6-module-qtquick-controls, qml6-module-qtquick-templates, qml6-module-qtquick-layouts, qml6-module-qtqml-workerscript")
 endif()
 set(exact "(= ${PROJECT_VERSION})")
 
@@ -38,7 +49,7 @@ set(exact "(= ${PROJECT_VERSION})")
 # a changelog, compressed as dpkg installs it.
 set(changelog ${CMAKE_CURRENT_BINARY_DIR}/debian/changelog)
 string(TIMESTAMP changelog_date "%a, %d %b %Y %H:%M:%S +0000" UTC)
-foreach(component parser virtual commondev runtime dev tools)
+foreach(component parser virtual commondev runtime dev tools qml examples)
     string(MAKE_C_IDENTIFIER ${component} key)
     set(package ${${key}_package})
     file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/debian/${package}/changelog
@@ -69,7 +80,7 @@ set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL parser virtual commondev runtime dev tools)
+set(CPACK_COMPONENTS_ALL parser virtual commondev runtime dev tools qml examples)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${QVHID_DEBIAN_MAINTAINER}")
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
@@ -112,6 +123,22 @@ qvhid-probe${QVHID_NAME_SUFFIX} lists the HID interfaces of the machine as
 libqvhid sees them, shows which one an audio-device name binds, watches a
 headset's buttons and lights its lamps, checks headset dictionaries, and
 plays a demonstration call on a virtual headset.")
+
+set(CPACK_DEBIAN_QML_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_QML_PACKAGE_DEPENDS "${runtime_package} ${exact}")
+set(CPACK_DEBIAN_QML_DESCRIPTION "${summary}: the QML module QvHid (Qt ${QVHID_QT_VERSION})
+The singleton Headset of the QML module QvHid puts libqvhid's one manager
+in Qt's property style, for a softphone's call screen written in QML: the
+audio device in use and the call's state go in, the headset's buttons,
+its presence and the state it entered come out.")
+
+set(CPACK_DEBIAN_EXAMPLES_PACKAGE_SECTION comm)
+set(CPACK_DEBIAN_EXAMPLES_PACKAGE_DEPENDS
+    "${runtime_package} ${exact}, ${virtual_package} ${exact}, ${qml_package} ${exact}, ${qt_quick_controls}")
+set(CPACK_DEBIAN_EXAMPLES_DESCRIPTION "${summary}: an example softphone (Qt ${QVHID_QT_VERSION})
+qvhid-softphone${QVHID_NAME_SUFFIX} is a small call screen in Qt Quick Controls
+that drives a headset through the QML module QvHid; with --virtual MODEL it
+plugs in a virtual headset first. Its sources are installed beside it.")
 
 # The Qt-free libraries: the triggers file has dpkg run ldconfig once for all of them.
 set(CPACK_DEBIAN_PARSER_DESCRIPTION "HID report-descriptor parser of libqvhid

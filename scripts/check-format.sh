@@ -10,6 +10,6 @@ cd "$root"
 if git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
     git ls-files -z '*.cpp' '*.h' | xargs -0 clang-format --dry-run --Werror
 else
-    find src tools tests fuzz bench \( -name '*.cpp' -o -name '*.h' \) -print0 | xargs -0 clang-format --dry-run --Werror
+    find src tools tests fuzz bench examples \( -name '*.cpp' -o -name '*.h' \) -print0 | xargs -0 clang-format --dry-run --Werror
 fi
 echo "Every C++ source is formatted."

@@ -5,8 +5,9 @@
 #   scripts/debian-packages.sh                # Qt 5 and Qt 6: packages in build-deb/ and build-deb-qt6/
 #   scripts/debian-packages.sh --qt 6         # one Qt build only
 #   scripts/debian-packages.sh --check        # also install each set with apt-get (root), run the
-#                                             # installed probe's demo, purge, and check that
-#                                             # nothing is left behind
+#                                             # installed probe's demo and example softphone, load
+#                                             # the QML module, purge, and check that nothing is
+#                                             # left behind
 #
 # Missing Debian packages are installed with apt-get (which needs root).
 set -euo pipefail
@@ -18,7 +19,7 @@ while [ $# -gt 0 ]; do
     case "$1" in
         --qt) qt_versions=$2; shift 2 ;;
         --check) check=1; shift ;;
-        -h|--help) sed -n '2,12p' "$0"; exit 0 ;;
+        -h|--help) sed -n '2,13p' "$0"; exit 0 ;;
         *) echo "unknown argument: $1" >&2; exit 2 ;;
     esac
 done
@@ -48,7 +49,7 @@ for qt in $qt_versions; do
     rm -f "$build"/*.deb
     (cd "$build" && cpack -G DEB >"$build/cpack.log") || fail "cpack failed: $build/cpack.log"
     debs=("$build"/*.deb)
-    [ ${#debs[@]} -eq 6 ] || fail "expected 6 packages, cpack made ${#debs[@]}: ${debs[*]}"
+    [ ${#debs[@]} -eq 8 ] || fail "expected 8 packages, cpack made ${#debs[@]}: ${debs[*]}"
     ls -1 "${debs[@]}"
 
     # lintian must find no error; its warnings are printed for the reader.
@@ -69,6 +70,19 @@ for qt in $qt_versions; do
     grep -q 'All 8 steps behaved as expected' "$build/demo.log" || fail "the demo did not finish: $build/demo.log"
     suffix=${probe#qvhid-probe}
     [ -x "/usr/lib/udev/qvhid-udev-id$suffix" ] || fail "the udev program is not installed"
+    # The QML module where Qt looks by itself, and the example softphone on a virtual headset.
+    qml_tool=/usr/lib/qt5/bin/qmlscene
+    [ "$qt" = 6 ] && qml_tool=/usr/lib/qt6/bin/qml
+    printf '%s\n' 'import QtQuick 2.15' 'import QvHid 1.0' \
+        'Item { Component.onCompleted: { console.log("QvHid: " + Headset.present); Qt.callLater(Qt.quit) } }' \
+        >"$build/import.qml"
+    env -u LD_LIBRARY_PATH QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software timeout 60 "$qml_tool" \
+        "$build/import.qml" >"$build/qml.log" 2>&1 || fail "$qml_tool cannot import QvHid: $(cat "$build/qml.log")"
+    grep -q 'QvHid: false' "$build/qml.log" || fail "QvHid did not load: $(cat "$build/qml.log")"
+    status=0
+    env -u LD_LIBRARY_PATH QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software timeout 3 \
+        "/usr/bin/qvhid-softphone${probe#qvhid-probe}" --virtual telephony-headset >"$build/softphone.log" 2>&1 || status=$?
+    [ "$status" -eq 124 ] || fail "the example softphone ended ($status): $(cat "$build/softphone.log")"
     for rules in 70-qvhid-telephony 71-qvhid-phone-mute; do
         grep -q -F "IMPORT{program}=\"/usr/lib/udev/qvhid-udev-id$suffix %k\"" \
             "/usr/lib/udev/rules.d/$rules$suffix.rules" || fail "$rules$suffix.rules does not name the installed program"
@@ -96,7 +110,7 @@ if [ "$check" -eq 1 ] && [ "$qt_versions" = "5 6" ]; then
     both=("$root"/build-deb/*.deb)
     for deb in "$root"/build-deb-qt6/*.deb; do
         case "$(dpkg-deb -f "$deb" Package)" in
-            *qt6*) both+=("$deb") ;;
+            *qt6* | qml6-*) both+=("$deb") ;;
         esac
     done
     DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${both[@]}" >"$root/build-deb/apt-both.log" ||

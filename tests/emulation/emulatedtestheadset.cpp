@@ -136,7 +136,6 @@ void TestHeadset::remapPhoneMuteInUdevDatabase() const
         system().setEventUdevProperty(event, "KEYBOARD_KEY_b002f", "reserved");
 }
 
-
 QStringList TestHeadset::written() const
 {
     QStringList result;

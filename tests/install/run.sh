@@ -81,4 +81,43 @@ export PKG_CONFIG_PATH="$libdir/pkgconfig"
 c++ -std=c++17 -fPIC ${QVHID_CONSUMER_FLAGS:-} "$consumer/main.cpp" -o "$work/pkgconfig-consumer" \
     $(pkg-config --cflags --libs qvhid_virtual "qvhid$suffix" hidapi_parser) $(pkg-config --cflags hidapi-hidraw)
 LD_LIBRARY_PATH="$libdir" "$work/pkgconfig-consumer"
+
+# An application's own test, against the installed package alone: virtual headsets plugged in
+# late, unplugged and plugged in again reach the binding through the public API.
+plugging=$(dirname "$consumer")/plugging
+cmake -S "$plugging" -B "$work/plugging-build" -DCMAKE_PREFIX_PATH="$prefix" -DQVHID_PACKAGE="$package" \
+      -DCMAKE_CXX_FLAGS="${QVHID_CONSUMER_FLAGS:-}" >"$work/plugging-configure.log"
+cmake --build "$work/plugging-build" >"$work/plugging-build.log"
+LD_LIBRARY_PATH="$libdir" "$work/plugging-build/qvhid-plugging-test" >"$work/plugging.log" 2>&1 ||
+    fail "the application's plugging test failed: $(cat "$work/plugging.log")"
+
+# The QML module, from the installed prefix, as Qt's own tool loads it; its plugin finds the
+# installed library by its run path.
+qmldir=$(dirname "$(find "$prefix" -path "*/qml/QvHid/qmldir" | head -n 1)")
+[ -f "$qmldir/qmldir" ] || fail "the QML module QvHid was not installed"
+qmldir=$(dirname "$qmldir")
+cat >"$work/import.qml" <<'QML'
+import QtQuick 2.15
+import QvHid 1.0
+Item {
+    Component.onCompleted: {
+        console.log("QvHid imported: present " + Headset.present + ", desktopMute " + Headset.desktopMute)
+        Qt.callLater(Qt.quit)
+    }
+}
+QML
+if [ "$qt" -eq 6 ]; then
+    qml_tool=/usr/lib/qt6/bin/qml
+else
+    qml_tool=/usr/lib/qt5/bin/qmlscene
+fi
+env -u LD_LIBRARY_PATH QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software QML2_IMPORT_PATH="$qmldir" \
+    QML_IMPORT_PATH="$qmldir" timeout 60 "$qml_tool" "$work/import.qml" >"$work/qml.log" 2>&1 ||
+    fail "$qml_tool could not import QvHid from $qmldir: $(cat "$work/qml.log")"
+grep -q "QvHid imported: present false, desktopMute 0" "$work/qml.log" ||
+    fail "QvHid did not load: $(cat "$work/qml.log")"
+# And the example softphone is installed, its sources beside it.
+[ -x "$prefix/bin/qvhid-softphone$suffix" ] || fail "qvhid-softphone$suffix was not installed"
+[ -f "$prefix/share/qvhid$suffix/examples/softphone/Main.qml" ] || fail "the example's sources were not installed"
+
 echo "install consumer (Qt $qt): OK"
