@@ -111,11 +111,14 @@ if [ "$qt" -eq 6 ]; then
 else
     qml_tool=/usr/lib/qt5/bin/qmlscene
 fi
-env -u LD_LIBRARY_PATH QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software QML2_IMPORT_PATH="$qmldir" \
-    QML_IMPORT_PATH="$qmldir" timeout 60 "$qml_tool" "$work/import.qml" >"$work/qml.log" 2>&1 ||
-    fail "$qml_tool could not import QvHid from $qmldir: $(cat "$work/qml.log")"
-grep -q "QvHid imported: present false, desktopMute 0" "$work/qml.log" ||
-    fail "QvHid did not load: $(cat "$work/qml.log")"
+# A sanitizer build's plugin needs the sanitizer's runtime, which Qt's own tools do not load.
+if [ -z "${QVHID_CONSUMER_FLAGS:-}" ]; then
+    env -u LD_LIBRARY_PATH QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software QML2_IMPORT_PATH="$qmldir" \
+        QML_IMPORT_PATH="$qmldir" timeout 60 "$qml_tool" "$work/import.qml" >"$work/qml.log" 2>&1 ||
+        fail "$qml_tool could not import QvHid from $qmldir: $(cat "$work/qml.log")"
+    grep -q "QvHid imported: present false, desktopMute 0" "$work/qml.log" ||
+        fail "QvHid did not load: $(cat "$work/qml.log")"
+fi
 # And the example softphone is installed, its sources beside it.
 [ -x "$prefix/bin/qvhid-softphone$suffix" ] || fail "qvhid-softphone$suffix was not installed"
 [ -f "$prefix/share/qvhid$suffix/examples/softphone/Main.qml" ] || fail "the example's sources were not installed"
