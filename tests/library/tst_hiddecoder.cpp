@@ -70,6 +70,14 @@ const char *const restingArrayDescriptor = "050b0905a101"
                                            "95068103"
                                            "c0";
 
+// Telephony Headset, no report ids: Hook Switch and Phone Mute absolute (bits 0 and 1).
+const char *const absoluteMuteDescriptor = "050b0905a101 150025017501 0920 092f 9502 8122 95068103 c0";
+
+// A Telephony Headset collection whose Hook Switch is report 1, and a Telephony Phone collection
+// after it whose Phone Mute is report 2: the Headset collection is the call-control collection.
+const char *const headsetBesidePhoneDescriptor = "050b0905a101 8501 0920 150025017501 9501 8122 95078103 c0"
+                                                 "050b0901a101 8502 092f 150025017501 9501 8106 95078103 c0";
+
 HidCode codeWithEmptyReportGesture(ClickType gesture)
 {
     HidCode code;
@@ -163,6 +171,9 @@ private slots:
     void gestureRules();
     void arrayAtRestInItsRangeIsNoPress();
     void rejectUsagesWithoutTheirOwnButtons();
+    void absolutePhoneMuteIsAPressWhenItGoesOn();
+    void absolutePhoneMuteAtRestInTheFirstReportIsNoPress();
+    void onlyTheCallControlCollectionsButtonsCount();
     void usageListArgumentIsLeftUntouched();
     void lengthNeverReadsPastTheData();
     void withoutDescriptorEverythingAnswersNothing();
@@ -261,6 +272,56 @@ void TestHidDecoder::arrayAtRestInItsRangeIsNoPress()
     // At rest in its first report, the array gives nothing.
     DecoderOn resting(handWritten(restingArrayDescriptor), HidCode());
     QCOMPARE(resting.gesture("00"), hid::NONE);
+}
+
+void TestHidDecoder::absolutePhoneMuteIsAPressWhenItGoesOn()
+{
+    // Pressed and let go at once: the press mutes, the release gives nothing; so from then on,
+    // the device being known to send a button.
+    DecoderOn on(handWritten(absoluteMuteDescriptor), HidCode());
+    QCOMPARE(on.gesture("01"), hid::CLICK); // hook lifted
+    QCOMPARE(on.gesture("03"), hid::MUTE);
+    QCOMPARE(on.gesture("01"), hid::NONE);
+    QCOMPARE(on.gesture("03"), hid::MUTE);
+    QTest::qWait(1100); // held longer than a tap: still a button's release
+    QCOMPARE(on.gesture("01"), hid::NONE);
+    // A device that holds it on for longer than a tap, before anything showed it sends a button:
+    // a switch, whose going off is the next press.
+    DecoderOn held(handWritten(absoluteMuteDescriptor), HidCode());
+    QCOMPARE(held.gesture("01"), hid::CLICK);
+    QCOMPARE(held.gesture("03"), hid::MUTE);
+    QTest::qWait(1100);
+    QCOMPARE(held.gesture("01"), hid::MUTE);
+    QCOMPARE(held.gesture("03"), hid::MUTE);
+}
+
+void TestHidDecoder::absolutePhoneMuteAtRestInTheFirstReportIsNoPress()
+{
+    // A switch already on when the headset is bound: its state, not a press; its going off,
+    // much later, is a press.
+    DecoderOn on(handWritten(absoluteMuteDescriptor), HidCode());
+    QCOMPARE(on.gesture("03"), hid::CLICK); // the hook in the same first report still counts
+    QTest::qWait(1100);
+    QCOMPARE(on.gesture("01"), hid::MUTE);
+}
+
+void TestHidDecoder::onlyTheCallControlCollectionsButtonsCount()
+{
+    // Bound through the Headset collection, the Phone collection's Phone Mute is no gesture...
+    DecoderOn headset(handWritten(headsetBesidePhoneDescriptor), HidCode());
+    QCOMPARE(headset.gesture("0201"), hid::NONE);
+    QCOMPARE(headset.gesture("0101"), hid::CLICK);
+    // ...and bound through the Phone collection, the Headset collection's Hook Switch is none.
+    HidCode phone;
+    phone.devUsageID = 0x01;
+    DecoderOn desk(handWritten(headsetBesidePhoneDescriptor), phone);
+    QCOMPARE(desk.gesture("0101"), hid::NONE);
+    QCOMPARE(desk.gesture("0201"), hid::MUTE);
+    // A configuration whose collection the descriptor lacks reads every collection, as before.
+    HidCode vendor(0xFF00, 0x05, 0x0B, 0x08);
+    DecoderOn anywhere(handWritten(headsetBesidePhoneDescriptor), vendor);
+    QCOMPARE(anywhere.gesture("0101"), hid::CLICK);
+    QCOMPARE(anywhere.gesture("0201"), hid::MUTE);
 }
 
 void TestHidDecoder::rejectUsagesWithoutTheirOwnButtons()

@@ -2,6 +2,7 @@
 #include "hiddecoderbase.h"
 
 #include "hidlog.h"
+#include "phonemuteswitch.h"
 
 #include <hidapi_parser.h>
 
@@ -24,6 +25,8 @@ constexpr unsigned short Drop = 0x26;
 constexpr unsigned short PhoneMute = 0x2F;
 constexpr unsigned short LineBusyTone = 0x97;
 } // namespace telephony
+
+constexpr unsigned short TelephonyPage = 0x0B;
 
 // A vendor usage that some headsets send for their reject button.
 constexpr unsigned short VendorReject = 0xFFFD;
@@ -60,6 +63,22 @@ ClickType gestureOf(const std::vector<unsigned short> &usages)
     return NONE;
 }
 
+// Phone Mute declared as an absolute variable field: reported on every change, press and release.
+bool isAbsolutePhoneMute(const hid_element &element)
+{
+    return element.usage_page == TelephonyPage && element.usage == telephony::PhoneMute
+        && (element.flags & HID_ELEMENT_VARIABLE) != 0 && (element.flags & HID_ELEMENT_RELATIVE) == 0;
+}
+
+bool isWithin(const hid_collection *collection, const hid_collection *ancestor)
+{
+    for (; collection; collection = collection->parent) {
+        if (collection == ancestor)
+            return true;
+    }
+    return false;
+}
+
 template<typename Visit> void forEachElement(const hid_collection *collection, Visit visit)
 {
     for (hid_element *element = collection->first_element; element; element = element->next)
@@ -77,6 +96,8 @@ HidDecoderBase::HidDecoderBase(const HidDeviceInfo &info, hid_device *device)
 {
     HID_LOG(log::Trace) << "HidDecoderBase";
     m_descriptor = hid_read_descriptor(device);
+    m_callControl = findCallControlCollection(m_descriptor, m_info.code.devUsagePage, m_info.code.devUsageID);
+    m_phoneMute = std::make_unique<PhoneMuteSwitch>();
 }
 
 HidDecoderBase::~HidDecoderBase()
@@ -104,7 +125,14 @@ ClickType HidDecoderBase::getClickTypeFromData(const std::vector<unsigned char> 
     bool nothingReported = true;
     elementSlot() = [this, &found, &nothingReported, baseline](const hid_element *element, void *) {
         nothingReported = false;
+        if (m_callControl && !isWithin(element->collection, m_callControl))
+            return;
         if (baseline && (element->flags & HID_ELEMENT_VARIABLE) == 0 && element->logical_minimum <= 0)
+            return;
+        // An absolute Phone Mute is reported when it goes on and when it goes off: one of the
+        // two is the press (phonemuteswitch.h).
+        if (element->direction == m_inputType && isAbsolutePhoneMute(*element)
+            && !m_phoneMute->isPress(element->value != 0, baseline))
             return;
         if (element->usage_page == m_info.code.inputPage && element->direction == m_inputType)
             found.push_back(element->usage);

@@ -7,6 +7,7 @@
 
 #include <QObject>
 
+#include <memory>
 #include <set>
 #include <vector>
 
@@ -18,6 +19,8 @@ struct hid_descriptor;
 struct hid_collection;
 
 namespace hid {
+
+class PhoneMuteSwitch;
 
 /// The opened headset's report descriptor, seen through its model's code: turns an input
 /// report into a gesture, and a set of output usages into the output reports that show
@@ -34,7 +37,9 @@ public:
     HidDecoderBase(const HidDeviceInfo &info, hid_device *device);
     ~HidDecoderBase() override;
 
-    /// The gesture in one input report of `length` bytes. `usages` is left untouched.
+    /// The gesture in one input report of `length` bytes. `usages` is left untouched. Only the
+    /// inputs of the call-control collection count (those of the whole descriptor when it has
+    /// no such collection).
     virtual ClickType getClickTypeFromData(const std::vector<unsigned char> &data, unsigned short length,
                                            std::vector<unsigned short> &usages) const;
     /// Appends to `reports` the output reports that switch on exactly `usages` of `page` in the
@@ -63,6 +68,8 @@ protected:
 
 private:
     mutable std::set<unsigned char> m_reportIdsSeen; ///< input report ids decoded since binding
+    const hid_collection *m_callControl = nullptr;   ///< the collection whose buttons count
+    std::unique_ptr<PhoneMuteSwitch> m_phoneMute;    ///< an absolute Phone Mute's presses
 };
 
 } // namespace hid
