@@ -440,6 +440,7 @@ void TestEndToEnd::unlistedHeadsetIsBoundThroughTheFallback()
     headset.press("mute");
     headset.release("mute");
     QTRY_COMPARE(events.since(12), QStringList{"mute"});
+    QVERIFY(headset.waitForListeningReader());
     headset.press("drop");
     headset.release("drop");
     QTRY_COMPARE(events.since(12), (QStringList{"mute", "reject"}));

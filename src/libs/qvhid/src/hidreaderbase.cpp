@@ -8,6 +8,7 @@
 #include <hidapi.h>
 
 #include <QAbstractTransition>
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSignalTransition>
 #include <QStateMachine>
@@ -36,6 +37,9 @@ constexpr int ReadBackTimeoutMs = 10;            // answers to a written report
 constexpr int ReadBackCapMs = 50;    // answers to one written report
 constexpr int BurstCapMs = 30;       // the reports of one gesture
 constexpr int LongDelayCapMs = 1000; // a longDelay drain, its first 700 ms included
+// How often a burst, a drain or a command's last read-back looks for a call state queued to the
+// reader: a call state reaches the lamps within this much of a report being read.
+constexpr int CallStateLookMs = 2;
 
 const int stateMetaTypeId = qRegisterMetaType<QState *>("QState*");
 
@@ -144,21 +148,22 @@ int HidReaderBase::writeReports(const std::vector<std::vector<uint8_t>> &reports
         if (holdLastReadBack && &*report == &*lastWritten)
             m_held = {true, false, name};
         else
-            readBack(name);
+            readBack(name, &*report == &*lastWritten ? CallStates::EndLoop : CallStates::Wait);
     }
     return total;
 }
 
 // Its lines carry the name of the write they belong to, wherever it runs from.
-void HidReaderBase::readBack(const QString &name)
+void HidReaderBase::readBack(const QString &name, CallStates callStates)
 {
     // Headsets answer lamp writes with input reports; they are not button presses.
     std::vector<uint8_t> answer(ReadBufferSize, 0);
-    const bool capped = readWhileReportsCome(answer, ReadBackTimeoutMs, ReadBackTimeoutMs, ReadBackCapMs, [&](int n) {
-        trackDiscarded(answer, n);
-        HID_LOG_AS(log::Trace, "writeBinaryData")
-            << "HID READER " << name << " READED: [" << BinaryToString(answer, n) << "]";
-    });
+    const bool capped =
+        readWhileReportsCome(answer, ReadBackTimeoutMs, ReadBackTimeoutMs, ReadBackCapMs, callStates, [&](int n) {
+            trackDiscarded(answer, n);
+            HID_LOG_AS(log::Trace, "writeBinaryData")
+                << "HID READER " << name << " READED: [" << BinaryToString(answer, n) << "]";
+        });
     if (capped)
         warnOfCap(CappedRead::ReadBack);
 }
@@ -168,33 +173,73 @@ void HidReaderBase::longReadData()
     if (!m_info.code.longDelay)
         return;
     std::vector<uint8_t> buffer(ReadBufferSize, 0);
-    const bool capped = readWhileReportsCome(
-        buffer, LongDelayFirstReadTimeoutMs, LongDelayNextReadTimeoutMs, LongDelayCapMs, [&](int n) {
-            trackDiscarded(buffer, n);
-            HID_LOG(log::Trace) << "HID READER read after long delay READED: [" << BinaryToString(buffer, n) << "]";
-        });
+    const bool capped = readWhileReportsCome(buffer, LongDelayFirstReadTimeoutMs, LongDelayNextReadTimeoutMs,
+                                             LongDelayCapMs, CallStates::EndLoop, [&](int n) {
+                                                 trackDiscarded(buffer, n);
+                                                 HID_LOG_AS(log::Trace, "longReadData")
+                                                     << "HID READER read after long delay READED: ["
+                                                     << BinaryToString(buffer, n) << "]";
+                                             });
     if (capped)
         warnOfCap(CappedRead::Drain);
     HID_LOG(log::Trace) << "HID READER long delay READ ended";
 }
 
 bool HidReaderBase::readWhileReportsCome(std::vector<uint8_t> &buffer, int firstTimeoutMs, int gapMs, int capMs,
-                                         const std::function<void(int)> &onReport)
+                                         CallStates callStates, const std::function<void(int)> &onReport)
 {
     QElapsedTimer clock;
     clock.start();
+    QElapsedTimer quiet; // since the last report, or the start
+    quiet.start();
     int timeout = firstTimeoutMs;
     for (;;) {
         const int left = capMs - static_cast<int>(clock.elapsed());
         if (left <= 0)
             return true;
-        const int wait = std::min(timeout, left);
+        const int quietLeft = timeout - static_cast<int>(quiet.elapsed());
+        if (quietLeft <= 0)
+            return false;
+        // A loop that yields to call states looks for them every few milliseconds. (It does not
+        // wait as the tick does, through InputWait: tests tell a reader that listens for input
+        // again by that wait.)
+        int wait = std::min(quietLeft, left);
+        if (callStates != CallStates::Wait)
+            wait = std::min(wait, CallStateLookMs);
         const int n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), wait);
-        if (n <= 0)
-            return n == 0 && wait < timeout; // quiet only because the cap cut the wait short
-        onReport(n);
-        timeout = gapMs;
+        if (n < 0)
+            return false;
+        if (n > 0) {
+            onReport(n);
+            quiet.restart();
+            timeout = gapMs;
+        }
+        if (callStates != CallStates::Wait && m_pendingCallStates > 0) {
+            if (callStates == CallStates::EndLoop || m_takingCallStates)
+                return false;
+            takePendingCallStates();
+            quiet.restart();
+            timeout = gapMs;
+        }
     }
+}
+
+bool HidReaderBase::takePendingCallStates()
+{
+    if (m_pendingCallStates <= 0)
+        return false;
+    m_takingCallStates = true;
+    // The slots that HidDevice queued to this reader; each takes its transition and writes its
+    // command before this returns.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    m_takingCallStates = false;
+    return true;
+}
+
+void HidReaderBase::callStateTaken()
+{
+    int pending = m_pendingCallStates;
+    while (pending > 0 && !m_pendingCallStates.compare_exchange_weak(pending, pending - 1)) { }
 }
 
 void HidReaderBase::warnOfCap(CappedRead read)
@@ -354,7 +399,7 @@ void HidReaderBase::finishCommand()
 {
     const HeldReadBack held = std::exchange(m_held, HeldReadBack());
     if (held.readBack)
-        readBack(held.name);
+        readBack(held.name, CallStates::EndLoop);
     if (held.drain)
         longReadData();
 }
@@ -367,31 +412,37 @@ void HidReaderBase::onInit()
 
 void HidReaderBase::onCallMuted()
 {
+    callStateTaken();
     emit toMuted();
 }
 
 void HidReaderBase::onCallUnmuted()
 {
+    callStateTaken();
     emit toTalk();
 }
 
 void HidReaderBase::onCallIncome()
 {
+    callStateTaken();
     emit toRing();
 }
 
 void HidReaderBase::onCallHold()
 {
+    callStateTaken();
     emit toHold();
 }
 
 void HidReaderBase::onCallHoldMuted()
 {
+    callStateTaken();
     emit toHoldMuted();
 }
 
 void HidReaderBase::onCallEnd()
 {
+    callStateTaken();
     emit toInit();
     writeCommand(m_info.code.cmdInit, QStringLiteral("onCallEnd"));
 }
@@ -459,6 +510,11 @@ void HidReaderBase::start()
         QMetaObject::invokeMethod(this, &HidReaderBase::resumeCallState, Qt::QueuedConnection);
 }
 
+void HidReaderBase::callStateComing()
+{
+    ++m_pendingCallStates;
+}
+
 void HidReaderBase::wakeUp()
 {
     m_input.wake();
@@ -475,6 +531,9 @@ void HidReaderBase::onHIDEventTimeout()
     // A call state queued meanwhile cuts this wait short (wakeUp), and is handled as soon as
     // control is back in the event loop.
     int n = m_input.read(buffer.data(), buffer.size(), FirstReadTimeoutMs);
+    // A call state cut the wait short, or came while it ended: its slot runs once this tick has
+    // returned to the event loop.
+    m_pendingCallStates = 0;
     if (n < 0) {
         // A signal that interrupts the wait fails one read too; a headset that is gone (its
         // node removed, its plug pulled) fails the next one as well, at once.
@@ -500,32 +559,45 @@ void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
         HID_LOG(log::Error) << "HID onHIDDataRead: there is no decoder";
         return;
     }
+    // The first report that yields a gesture decides the burst's: it is emitted at once, and the
+    // rest of the burst is read and merged without making another.
     ClickType type = clickTypeOfInput(data, length, NONE);
     HID_LOG(log::Trace) << "HID READER first click type is " << int(type) << " ["
                         << BinaryToString(data, static_cast<unsigned long>(length)) << "] : " << length;
-    const bool capped = readWhileReportsCome(data, BurstReadTimeoutMs, BurstReadTimeoutMs, BurstCapMs, [&](int n) {
-        type = clickTypeOfInput(data, n, type);
-        HID_LOG(log::Trace) << "HID READER next click type is " << int(type) << " ["
-                            << BinaryToString(data, static_cast<unsigned long>(n)) << "] : " << n;
-    });
+    bool emitted = emitGesture(type);
+    const bool capped =
+        readWhileReportsCome(data, BurstReadTimeoutMs, BurstReadTimeoutMs, BurstCapMs, CallStates::Take, [&](int n) {
+            type = clickTypeOfInput(data, n, type);
+            HID_LOG_AS(log::Trace, "onHIDDataRead")
+                << "HID READER next click type is " << int(type) << " ["
+                << BinaryToString(data, static_cast<unsigned long>(n)) << "] : " << n;
+            if (!emitted)
+                emitted = emitGesture(type);
+        });
     if (capped)
         warnOfCap(CappedRead::Burst);
+    if (!emitted)
+        HID_LOG(log::Trace) << "HID READER no signal to emit";
+    longReadData();
+}
+
+bool HidReaderBase::emitGesture(ClickType type)
+{
     switch (type) {
     case REJECT:
         emit clickReject();
-        HID_LOG(log::Trace) << "HID READER Reject emitted";
-        break;
+        HID_LOG_AS(log::Trace, "onHIDDataRead") << "HID READER Reject emitted";
+        return true;
     case CLICK:
         emit click();
-        HID_LOG(log::Trace) << "HID READER Click emitted";
-        break;
+        HID_LOG_AS(log::Trace, "onHIDDataRead") << "HID READER Click emitted";
+        return true;
     case MUTE:
         emit clickMute();
-        HID_LOG(log::Trace) << "HID READER Mute emitted ";
-        break;
-    default: HID_LOG(log::Trace) << "HID READER no signal to emit"; break;
+        HID_LOG_AS(log::Trace, "onHIDDataRead") << "HID READER Mute emitted ";
+        return true;
+    default: return false;
     }
-    longReadData();
 }
 
 ClickType HidReaderBase::clickTypeOfInput(const std::vector<uint8_t> &data, int length, ClickType previous)

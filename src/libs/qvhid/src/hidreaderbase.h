@@ -12,6 +12,7 @@
 #include <QString>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -68,6 +69,10 @@ public:
     /// Makes the reader, once it has entered Initial, go straight on to `state` and write that
     /// state's command: for a headset plugged in again during a call. Call before start().
     void resumeCall(CallState state);
+    /// Tells the reader that a call state is about to be queued to it: a burst, a drain or the
+    /// last read-back of a command it is reading then makes way for it. Call it before the
+    /// call-state signal, then wakeUp(); from any thread.
+    void callStateComing();
     /// Cuts the reader's wait for input short, so that a call state queued to it is handled at
     /// once; from any thread.
     void wakeUp();
@@ -119,13 +124,25 @@ protected:
     void runEntryAction(void (HidReaderBase::*action)(QState *), QState *from);
     /// Reads back what the entry action's command left for after the announcement.
     void finishCommand();
+    /// What a read loop does with a call state that arrives while it reads.
+    enum class CallStates {
+        Wait,    ///< it waits for the loop's end: the read-backs between the reports of a command
+        EndLoop, ///< the loop ends, so that the call state is taken next: a command's last
+                 ///< read-back, a drain
+        Take,    ///< it is taken at once, and the loop goes on: a burst
+    };
     int writeReports(const std::vector<std::vector<uint8_t>> &reports, const QString &name, bool holdLastReadBack);
-    void readBack(const QString &name);
+    void readBack(const QString &name, CallStates callStates = CallStates::Wait);
     enum class CappedRead { ReadBack, Burst, Drain };
     /// Reads reports while each comes within `gapMs` of the last (the first within
     /// `firstTimeoutMs`), for `capMs` at most in all; true when the cap ended the reading.
     bool readWhileReportsCome(std::vector<uint8_t> &buffer, int firstTimeoutMs, int gapMs, int capMs,
-                              const std::function<void(int)> &onReport);
+                              CallStates callStates, const std::function<void(int)> &onReport);
+    /// Runs the call-state slots queued to this reader now, from inside a burst; false when none
+    /// was waiting.
+    bool takePendingCallStates();
+    /// Emits the signal of `type`, with its log line; false for NONE.
+    bool emitGesture(ClickType type);
     /// Logs, once per binding and kind of read, that a headset kept reporting past the cap.
     void warnOfCap(CappedRead read);
     /// The gesture of an input report merged into `previous`; none from a repeated report.
@@ -148,6 +165,11 @@ protected:
     QState *m_holdMutedState = nullptr;
     CallState m_resumeState = CallState::Idle;
     bool m_inEntryAction = false;
+    /// Counted up by callStateComing(), down by the call-state slots: call states queued to
+    /// this reader whose slots have not run yet.
+    std::atomic<int> m_pendingCallStates{0};
+    bool m_takingCallStates = false; // running queued call-state slots from inside a burst
+    void callStateTaken();
     std::array<bool, 3> m_capsWarned{};
     std::unique_ptr<RepeatedReports> m_repeats; // made at start(), once the descriptor is read
     // The read-back and drain of the command just written, held while its state is announced.
