@@ -140,6 +140,7 @@ std::vector<int> SysfsTree::addHidInterface(const std::string &usbName, int numb
               format("DEVTYPE=usb_interface\nDRIVER=usbhid\nPRODUCT=%s\nTYPE=0/0/0\nINTERFACE=3/0/0\n",
                      productAttribute(interface).c_str()));
     writeFile(usbInterface / "bInterfaceNumber", format("%02x\n", interface.interfaceNumber));
+    writeFile(usbInterface / "bInterfaceClass", "03\n"); // HID
     link(m_sysfs / "bus/usb", usbInterface / "subsystem");
 
     const std::string name = utf8(interface.manufacturer) + " " + utf8(interface.product);
@@ -338,6 +339,7 @@ int SysfsTree::addSoundCard(const std::string &usbName, const hid::virt::DeviceD
               format("DEVTYPE=usb_interface\nDRIVER=snd-usb-audio\nPRODUCT=%s\nTYPE=0/0/0\nINTERFACE=1/1/0\n",
                      productAttribute(identity).c_str()));
     writeFile(interface / "bInterfaceNumber", format("%02x\n", card.interfaceNumber));
+    writeFile(interface / "bInterfaceClass", "01\n"); // Audio
     link(m_sysfs / "bus/usb", interface / "subsystem");
     addCard(interface, number, id);
     writeFile(m_udevData / format("+sound:card%d", number),

@@ -59,11 +59,15 @@ enum Device {
     ConsumerOnly = 12,       // Logitech H540: Consumer Control alone
     SecondSpeakerphone = 13, // Dell SP325: Consumer Control, Telephony Headset with Phone Mute and LEDs
     VolumeKeysHeadset = 14,  // the virtual telephony headset with its volume keys on the same interface
+    DeskPhone = 15,          // a Telephony Phone collection
+    Handset = 16,            // a Telephony Handset collection
+    PhoneAdapter = 17,       // a Telephony Phone collection of arrays
+    ChipHeadset = 18,        // Hook Switch and Phone Mute inside Consumer Control, its sound card beside it
 };
 
 // The devices whose Phone Mute the kernel sends as the microphone mute key, from a telephony
 // collection: the rules take the key away on exactly one event node of each.
-const std::set<int> PhoneMuteKeyDevices{SecondSpeakerphone, VolumeKeysHeadset};
+const std::set<int> PhoneMuteKeyDevices{SecondSpeakerphone, VolumeKeysHeadset, ChipHeadset};
 // The telephony headsets whose input devices have LEDs.
 const std::set<int> TelephonyLedDevices{Speakerphone, Dongle, SecondSpeakerphone, VolumeKeysHeadset};
 // Telephony devices whose mute button stays the call's before any rule: the kernel makes no
@@ -160,6 +164,11 @@ void TestUdevRules::initTestCase()
     m_system.plug(ConsumerOnly, realHeadset(QStringLiteral("h540")).description);
     m_system.plug(SecondSpeakerphone, realHeadset(QStringLiteral("sp325")).description);
     m_system.plug(VolumeKeysHeadset, modelDescription("volume-keys-headset"));
+    m_system.plug(DeskPhone, modelDescription("desk-phone"));
+    m_system.plug(Handset, modelDescription("handset"));
+    m_system.plug(PhoneAdapter, modelDescription("phone-adapter"));
+    const hid::virt::Model &chip = *hid::virt::findModel("consumer-telephony-headset");
+    m_system.plug({chip.interfaces.front(), {{ChipHeadset, chip.interfaces.front()}}, chip.soundCards});
 
     // The emulated kernel made input devices where the kernel makes them.
     QCOMPARE(m_system.sysfs().eventNumbers(VolumeKeysHeadset).size(), std::size_t(2));
@@ -202,6 +211,10 @@ void TestUdevRules::addDeviceRows()
     QTest::newRow("consumer-only headset") << int(ConsumerOnly);
     QTest::newRow("second speakerphone") << int(SecondSpeakerphone);
     QTest::newRow("headset with its volume keys") << int(VolumeKeysHeadset);
+    QTest::newRow("desk phone") << int(DeskPhone);
+    QTest::newRow("handset") << int(Handset);
+    QTest::newRow("phone adapter") << int(PhoneAdapter);
+    QTest::newRow("headset on a USB audio chip") << int(ChipHeadset);
 }
 
 void TestUdevRules::probeSaysTheDesktopActsBeforeTheRules()
@@ -233,8 +246,9 @@ void TestUdevRules::seatUserGetsExactlyTheHeadsets_data()
 void TestUdevRules::seatUserGetsExactlyTheHeadsets()
 {
     QFETCH(int, number);
-    static const std::set<int> headsets{Speakerphone,  TelephonyInterface, VendorPageModel,    Dongle,
-                                        TelephonyOnly, HeadsetWithoutMute, SecondSpeakerphone, VolumeKeysHeadset};
+    static const std::set<int> headsets{
+        Speakerphone,       TelephonyInterface, VendorPageModel, Dongle,  TelephonyOnly, HeadsetWithoutMute,
+        SecondSpeakerphone, VolumeKeysHeadset,  DeskPhone,       Handset, PhoneAdapter,  ChipHeadset};
     const bool seatAccess = headsets.count(number) != 0;
     const QString output = udevTest(QStringLiteral("/sys/class/hidraw/hidraw%1").arg(number));
     // The rule engine read our rules files from /etc/udev/rules.d and ran on this very node.
@@ -278,8 +292,9 @@ void TestUdevRules::micMuteKeyIsTakenFromTelephonyPhoneMuteAlone()
                      QStringLiteral("71-qvhid-phone-mute[-a-z0-9]*\\.rules:\\d+ Importing properties from results "
                                     "of builtin command 'keyboard'"))),
                  qPrintable(output));
+        // (A headset on a USB audio chip has its Phone Mute in its Consumer Control: there it is.)
         const QString name = readText(syspath + QStringLiteral("/device/name"));
-        QVERIFY2(!name.endsWith(QLatin1String("Consumer Control")), qPrintable(name));
+        QVERIFY2(number == ChipHeadset || !name.endsWith(QLatin1String("Consumer Control")), qPrintable(name));
     }
     QCOMPARE(remapped, PhoneMuteKeyDevices.count(number) ? 1 : 0);
 }

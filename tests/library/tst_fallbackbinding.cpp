@@ -16,6 +16,10 @@ using hid::virt::VirtualDevice;
 
 namespace {
 
+// What the standard fallback configuration looks for in a descriptor, as its refusals name it.
+const QString TelephonySearch =
+    QStringLiteral("0x000B/0x0005, 0x000B/0x0004 or 0x000B/0x0001, nor a Hook Switch or Phone Mute in another");
+
 const QString OptIn = QStringLiteral(R"({"fallbackConfiguration": "Standart"})");
 
 // A ready model's interface under ids that no row lists.
@@ -127,15 +131,15 @@ void TestFallbackBinding::vendorPageHeadsetIsNotBound()
     HidDevice device(nullptr);
     QVERIFY(!device.chooseAudioDevice(QStringLiteral("Link Adapter 360")));
     const QString refusal = QStringLiteral("%1 (0x1209:0x9999) has no row of its own and its report descriptor has no "
-                                           "collection 0x000B/0x0005")
-                                .arg(pathOf(headset));
+                                           "collection %2")
+                                .arg(pathOf(headset), TelephonySearch);
     QCOMPARE(fallbackLines(logger),
              QStringList{"HID DEVICE " + refusal + ": the fallback configuration Standart does not bind it"});
     QCOMPARE(device.getChoice().rule,
              QStringLiteral("no sound card; product string \"Link Adapter 360\": no HID interface with it is listed in "
                             "the dictionary; the fallback configuration \"Standart\" does not bind %1: its report "
-                            "descriptor has no collection 0x000B/0x0005")
-                 .arg(pathOf(headset)));
+                            "descriptor has no collection %2")
+                 .arg(pathOf(headset), TelephonySearch));
 }
 
 void TestFallbackBinding::consumerOnlyDeviceWithTheSameProductStringIsNotBound()

@@ -165,9 +165,12 @@ void TestProbe::demoNamesItsModels()
 {
     const ProbeRun run = runProbe({QStringLiteral("demo"), QStringLiteral("--list-models")});
     QCOMPARE(run.exitCode, 0);
-    for (const char *model : {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset",
-                              "consumer-first-headset", "echoing-headset", "unlisted-headset", "resting-array-headset"})
-        QVERIFY2(run.out.contains(QLatin1String(model)), model);
+    // Each on a line of its own, its name apart from its product string.
+    for (const char *model :
+         {"telephony-headset", "telephony-headset-no-ids", "vendor-page-headset", "consumer-first-headset",
+          "echoing-headset", "unlisted-headset", "volume-keys-headset", "pulsed-mute-headset", "switched-mute-headset",
+          "desk-phone", "phone-adapter", "handset", "consumer-telephony-headset", "resting-array-headset"})
+        QVERIFY2(run.out.contains(QStringLiteral("\n  %1 ").arg(QLatin1String(model))), model);
 }
 
 void TestProbe::demoRejectsAnUnknownModel()

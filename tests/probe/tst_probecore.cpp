@@ -101,7 +101,8 @@ void TestProbeCore::findsAnotherTelephonyCollectionWithItsPages()
     QVERIFY(control.lamps.isEmpty());
     QVERIFY(!control.fitsBuiltInCodes());
     QCOMPARE(probe::describe(control),
-             QStringLiteral("Telephony collection (0x000B/0x0001), buttons on page 0x000B, outputs on page 0xFF40"));
+             QStringLiteral("Telephony Phone collection (0x000B/0x0001), buttons on page 0x000B, outputs on page "
+                            "0xFF40"));
 }
 
 void TestProbeCore::findsNothingWithoutTelephony()

@@ -195,16 +195,16 @@ void TestProbeList::saysWhetherTheFallbackBindsAnUnlistedHeadset()
 
     // A fallback whose collection the headset lacks says why it binds nothing.
     QTemporaryDir dir;
-    const QString phones =
-        writeFile(QDir(dir.path()), QStringLiteral("phones.json"),
-                  R"({ "fallbackConfiguration": "Phone", "configurations": { "Phone": { "devUsageID": "0x1" } } })");
-    const ProbeRun refused = runProbe(unlisted + QStringList{QStringLiteral("--dictionary"), phones});
+    const QString vendor = writeFile(
+        QDir(dir.path()), QStringLiteral("vendor.json"),
+        R"({ "fallbackConfiguration": "Vendor", "configurations": { "Vendor": { "devUsagePage": "0xFF00" } } })");
+    const ProbeRun refused = runProbe(unlisted + QStringList{QStringLiteral("--dictionary"), vendor});
     QCOMPARE(refused.exitCode, 1);
     QVERIFY2(refused.out.contains(
-                 QStringLiteral("    fallback: the dictionary's fallback configuration \"Phone\" does not bind "
+                 QStringLiteral("    fallback: the dictionary's fallback configuration \"Vendor\" does not bind "
                                 "it: no sound card; product string \"Office Headset 50\": no HID interface with "
-                                "it is listed in the dictionary; the fallback configuration \"Phone\" does not "
-                                "bind virtual-hid/1: its report descriptor has no collection 0x000B/0x0001\n")),
+                                "it is listed in the dictionary; the fallback configuration \"Vendor\" does not "
+                                "bind virtual-hid/1: its report descriptor has no collection 0xFF00/0x0005\n")),
              qPrintable(refused.out));
 }
 

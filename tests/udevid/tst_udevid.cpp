@@ -64,6 +64,7 @@ private slots:
 
     void programPrintsThePropertyOnlyForAHeadset();
     void programNamesThePhoneMuteKeyAndTheTelephonyLeds();
+    void telephonyButtonsCountOnADeviceWithASoundCardAlone();
     void programExitsZeroOnEveryFailure();
 };
 
@@ -72,7 +73,8 @@ void TestUdevId::realHeadsetDescriptors_data()
     QTest::addColumn<QString>("model");
     QTest::addColumn<Identity>("expected");
     // By what each descriptor declares (descriptors/README.md): a Telephony Headset collection,
-    // a Telephony Phone collection, or none. No real headset's ids are in the dictionary.
+    // a Telephony Phone collection (the desk phone, the adapter), or none. No real headset's ids
+    // are in the dictionary.
     const QMap<QString, Identity> expected{
         {QStringLiteral("blackwire-3220"), Identity::TelephonyHeadset},
         {QStringLiteral("blackwire-3220-rebuilt"), Identity::TelephonyHeadset},
@@ -80,11 +82,11 @@ void TestUdevId::realHeadsetDescriptors_data()
         {QStringLiteral("powerconf"), Identity::TelephonyHeadset},
         {QStringLiteral("sp325"), Identity::TelephonyHeadset},
         {QStringLiteral("mx-brio"), Identity::TelephonyHeadset},
-        {QStringLiteral("cx300"), Identity::None},
+        {QStringLiteral("cx300"), Identity::TelephonyDevice},
         {QStringLiteral("razer-microphone"), Identity::TelephonyHeadset},
         {QStringLiteral("kraken-kitty-v2"), Identity::TelephonyHeadset},
         {QStringLiteral("game-voice"), Identity::TelephonyHeadset},
-        {QStringLiteral("voip-adapter"), Identity::None},
+        {QStringLiteral("voip-adapter"), Identity::TelephonyDevice},
         {QStringLiteral("unidentified-headset"), Identity::TelephonyHeadset},
         {QStringLiteral("h540"), Identity::None},
     };
@@ -119,6 +121,11 @@ void TestUdevId::virtualModels_data()
     QTest::newRow("unlisted-headset") << "unlisted-headset" << 0 << Identity::TelephonyHeadset;
     QTest::newRow("resting-array-headset") << "resting-array-headset" << 0 << Identity::TelephonyHeadset;
     QTest::newRow("volume-keys-headset") << "volume-keys-headset" << 0 << Identity::TelephonyHeadset;
+    QTest::newRow("pulsed-mute-headset") << "pulsed-mute-headset" << 0 << Identity::TelephonyHeadset;
+    QTest::newRow("desk-phone") << "desk-phone" << 0 << Identity::TelephonyDevice;
+    QTest::newRow("phone-adapter") << "phone-adapter" << 0 << Identity::TelephonyDevice;
+    QTest::newRow("handset") << "handset" << 0 << Identity::TelephonyDevice;
+    QTest::newRow("consumer-telephony-headset") << "consumer-telephony-headset" << 0 << Identity::TelephonyButtons;
 }
 
 void TestUdevId::virtualModels()
@@ -235,6 +242,7 @@ void TestUdevId::phoneMuteIsTelephonyPhoneMuteInput_data()
     QTest::newRow("headset without Phone Mute") << "R:razer-microphone" << false;
     QTest::newRow("speakerphone") << "R:sp325" << true;
     QTest::newRow("desk phone: Telephony Phone collection") << "R:cx300" << true;
+    QTest::newRow("headset on a USB audio chip: in Consumer Control only") << "consumer-telephony-headset" << false;
 }
 
 void TestUdevId::phoneMuteIsTelephonyPhoneMuteInput()
@@ -252,6 +260,10 @@ void TestUdevId::phoneMuteIsTelephonyPhoneMuteInput()
     QVERIFY(descriptor);
     QCOMPARE(udevid::hasTelephonyPhoneMute(descriptor.get()), expected);
     QVERIFY(!udevid::hasTelephonyPhoneMute(nullptr));
+    // Phone Mute outside any telephony collection counts when asked for, and only then.
+    const bool elsewhere =
+        name == QLatin1String("consumer-telephony-headset") || name == QLatin1String("F:keyboard_with_mic_mute.hex");
+    QCOMPARE(udevid::hasTelephonyPhoneMute(descriptor.get(), true), expected || elsewhere);
 }
 
 void TestUdevId::programPrintsThePropertyOnlyForAHeadset()
@@ -336,6 +348,41 @@ void TestUdevId::programNamesThePhoneMuteKeyAndTheTelephonyLeds()
     // The hidraw nodes as before.
     QCOMPARE(runHelper(root + QStringList{QStringLiteral("hidraw0")}).out, Tagged);
     QCOMPARE(runHelper(root + QStringList{QStringLiteral("hidraw1")}).out, QString());
+}
+
+void TestUdevId::telephonyButtonsCountOnADeviceWithASoundCardAlone()
+{
+    QTemporaryDir directory;
+    QVERIFY(directory.isValid());
+    const QString sysfs = directory.filePath(QStringLiteral("sys"));
+    emulation::SysfsTree tree(sysfs.toStdString(), directory.filePath(QStringLiteral("udev")).toStdString());
+    tree.createSkeleton();
+    // hidraw0: a headset on a USB audio chip, its sound card on the same USB device; hidraw1:
+    // the same interface on a USB device without one; hidraw2: a keyboard with its own
+    // microphone mute key, Phone Mute in its Consumer Control collection as the headset's.
+    const hid::virt::Model &chip = *hid::virt::findModel("consumer-telephony-headset");
+    tree.addUsbDevice("1-1", chip.interfaces.front());
+    const std::vector<int> headsetEvents = tree.addHidInterface("1-1", 0, chip.interfaces.front());
+    tree.addSoundCard("1-1", chip.interfaces.front(), chip.soundCards.front());
+    tree.addUsbDevice("1-2", chip.interfaces.front());
+    const std::vector<int> soundlessEvents = tree.addHidInterface("1-2", 1, chip.interfaces.front());
+    hid::virt::DeviceDescription keyboard = modelDescription("telephony-headset");
+    keyboard.descriptor = descriptorOfTestData(QStringLiteral("keyboard_with_mic_mute.hex"));
+    tree.addUsbDevice("1-3", keyboard);
+    const std::vector<int> keyboardEvents = tree.addHidInterface("1-3", 2, keyboard);
+    QCOMPARE(identifyBytes(keyboard.descriptor, UnlistedIds), Identity::TelephonyButtons);
+
+    const QStringList root{QStringLiteral("--sysfs"), sysfs};
+    const auto run = [&](const QString &name) { return runHelper(root + QStringList{name}).out; };
+    QCOMPARE(run(QStringLiteral("hidraw0")), Tagged);
+    QCOMPARE(run(QStringLiteral("hidraw1")), QString());
+    QCOMPARE(run(QStringLiteral("hidraw2")), QString());
+    // Its one input device, Consumer Control, sends the microphone mute key for its Phone Mute.
+    QCOMPARE(headsetEvents.size(), std::size_t(1));
+    QCOMPARE(run(QStringLiteral("event%1").arg(headsetEvents.front())), QStringLiteral("ID_QVHID_PHONE_MUTE_KEY=1\n"));
+    QCOMPARE(run(QStringLiteral("event%1").arg(soundlessEvents.front())), QString());
+    for (const int event : keyboardEvents)
+        QCOMPARE(run(QStringLiteral("event%1").arg(event)), QString());
 }
 
 void TestUdevId::programExitsZeroOnEveryFailure()

@@ -11,6 +11,7 @@
 
 #include <linux/input-event-codes.h>
 
+#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -59,6 +60,33 @@ HidDevice readHidDevice(const std::string &directory)
     return device;
 }
 
+// Whether the USB device of the HID device at `hidDevice` (a sysfs directory) has an audio
+// interface (class 1): a headset's sound card sits on it; a keyboard has none.
+bool hasAudioInterface(const std::string &hidDevice)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path usbDevice = fs::canonical(hidDevice, error).parent_path().parent_path();
+    if (error)
+        return false;
+    const std::string prefix = usbDevice.filename().string() + ":";
+    for (const fs::directory_entry &entry : fs::directory_iterator(usbDevice, error)) {
+        if (entry.path().filename().string().rfind(prefix, 0) != 0)
+            continue;
+        const auto interfaceClass = readSmallFile((entry.path() / "bInterfaceClass").string(), 16);
+        if (interfaceClass && interfaceClass->rfind("01", 0) == 0)
+            return true;
+    }
+    return false;
+}
+
+// Whether a HID device with this identity is one the library binds: telephony buttons outside a
+// telephony collection count on a USB device with a sound card alone.
+bool isBound(Identity identity, const std::string &hidDevice)
+{
+    return identity == Identity::TelephonyButtons ? hasAudioInterface(hidDevice) : identity != Identity::None;
+}
+
 bool isHidrawNode(const std::string &sysfs, const std::string &name)
 {
     std::vector<unsigned char> descriptor(HID_PARSER_MAX_DESCRIPTOR_SIZE);
@@ -67,10 +95,11 @@ bool isHidrawNode(const std::string &sysfs, const std::string &name)
         hid_read_sysfs_descriptor(sysfs.c_str(), devicePath.c_str(), descriptor.data(), descriptor.size());
     if (length <= 0)
         return false;
+    const std::string hidDevice = sysfs + "/class/hidraw/" + name + "/device";
     std::optional<DeviceIds> ids;
-    if (const auto uevent = readSmallFile(sysfs + "/class/hidraw/" + name + "/device/uevent", MaxAttributeSize))
+    if (const auto uevent = readSmallFile(hidDevice + "/uevent", MaxAttributeSize))
         ids = idsFromUevent(*uevent);
-    return identify(descriptor.data(), static_cast<std::size_t>(length), ids) != Identity::None;
+    return isBound(identify(descriptor.data(), static_cast<std::size_t>(length), ids), hidDevice);
 }
 
 // An event node whose input device sends the microphone mute key, and whose HID device is a
@@ -82,15 +111,21 @@ bool sendsPhoneMuteAsKey(const std::string &sysfs, const std::string &name)
     const auto keys = readSmallFile(input + "/capabilities/key", MaxAttributeSize);
     if (!keys || !hid::HasCapability(QString::fromStdString(*keys).trimmed(), KEY_MICMUTE))
         return false;
-    return hasTelephonyPhoneMute(readHidDevice(input + "/device").descriptor.get());
+    const std::string hidDevice = input + "/device";
+    const HidDevice device = readHidDevice(hidDevice);
+    if (hasTelephonyPhoneMute(device.descriptor.get()))
+        return true;
+    // Phone Mute in a Consumer Control collection: a headset's on a USB audio chip, not a keyboard's.
+    return hasTelephonyPhoneMute(device.descriptor.get(), true) && hasAudioInterface(hidDevice);
 }
 
 // An LED of an input device of a headset that the library drives: the kernel writes the LED
 // through the same output report as the library's lamps.
 bool isTelephonyLed(const std::string &sysfs, const std::string &name)
 {
-    const HidDevice device = readHidDevice(sysfs + "/class/leds/" + name + "/device/device");
-    return identify(device.descriptor.get(), device.ids) != Identity::None;
+    const std::string hidDevice = sysfs + "/class/leds/" + name + "/device/device";
+    const HidDevice device = readHidDevice(hidDevice);
+    return isBound(identify(device.descriptor.get(), device.ids), hidDevice);
 }
 
 bool startsWith(const std::string &text, const char *prefix)

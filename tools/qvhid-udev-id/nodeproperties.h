@@ -4,10 +4,12 @@
 
 // What the rules learn of one device of a HID interface, read from sysfs (nothing is opened):
 //
-//   hidrawN        ID_QVHID_TELEPHONY=1 for a telephony headset's call-control interface
+//   hidrawN        ID_QVHID_TELEPHONY=1 for a telephony device's call-control interface (a
+//                  Telephony Headset, Handset or Phone collection, a listed model's, or the
+//                  telephony buttons of a headset on a USB audio chip)
 //   eventN         ID_QVHID_PHONE_MUTE_KEY=1 for the event node that sends a telephony
 //                  device's Phone Mute button as the microphone mute key (KEY_MICMUTE)
-//   inputN::NAME   ID_QVHID_TELEPHONY_LED=1 for an LED of a telephony headset's input device
+//   inputN::NAME   ID_QVHID_TELEPHONY_LED=1 for an LED of a telephony device's input device
 //
 // Anything else, or a device that cannot be read, has none.
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "telephonyidentity.h"
 
+#include <fallbackcollection.h>
 #include <hiddecoderbase.h>
 #include <hiddeviceinfo.h>
 #include <platform/reportdescriptor.h>
@@ -47,29 +48,41 @@ Identity identify(const hid_descriptor *descriptor, const std::optional<DeviceId
 {
     if (!descriptor)
         return Identity::None;
-    if (hid::HidDecoderBase::findCallControlCollection(descriptor, TelephonyPage, HeadsetUsage))
-        return Identity::TelephonyHeadset;
-    if (!ids)
-        return Identity::None;
-    // Only a row of the model's own: a vendor-wide row would take in the vendor's mice too.
-    bool isExplicit = false;
-    const hid::HidCode code = hid::HidDeviceDict::getHidCode(ids->vendorId, ids->productId, isExplicit);
-    if (isExplicit && hid::HidDecoderBase::findCallControlCollection(descriptor, code.devUsagePage, code.devUsageID))
-        return Identity::ListedModel;
-    return Identity::None;
+    // What the standard fallback configuration binds: a Telephony Headset, Handset or Phone
+    // collection, else telephony buttons in another.
+    const hid::FallbackCollection telephony = hid::FindFallbackCollection(descriptor, TelephonyPage, HeadsetUsage);
+    if (telephony.isValid() && !telephony.telephonyButtonsOnly)
+        return telephony.usage == HeadsetUsage ? Identity::TelephonyHeadset : Identity::TelephonyDevice;
+    if (ids) {
+        // Only a row of the model's own: a vendor-wide row would take in the vendor's mice too.
+        bool isExplicit = false;
+        const hid::HidCode code = hid::HidDeviceDict::getHidCode(ids->vendorId, ids->productId, isExplicit);
+        if (isExplicit
+            && hid::HidDecoderBase::findCallControlCollection(descriptor, code.devUsagePage, code.devUsageID))
+            return Identity::ListedModel;
+    }
+    return telephony.isValid() ? Identity::TelephonyButtons : Identity::None;
 }
 
-bool hasTelephonyPhoneMute(const hid_descriptor *descriptor)
+bool hasTelephonyPhoneMute(const hid_descriptor *descriptor, bool orInOtherCollections)
 {
     if (!descriptor)
         return false;
+    bool telephonyCollection = false;
+    bool muteElsewhere = false;
     for (const hid_collection *application = descriptor->device_collection->first_child; application;
          application = application->next_sibling) {
-        if (application->type == ApplicationCollection && application->usage_page == TelephonyPage
-            && declaresPhoneMuteInput(*application))
-            return true;
+        if (application->type != ApplicationCollection)
+            continue;
+        if (application->usage_page == TelephonyPage) {
+            telephonyCollection = true;
+            if (declaresPhoneMuteInput(*application))
+                return true;
+        } else if (declaresPhoneMuteInput(*application)) {
+            muteElsewhere = true;
+        }
     }
-    return false;
+    return orInOtherCollections && !telephonyCollection && muteElsewhere;
 }
 
 std::optional<DeviceIds> idsFromUevent(const std::string &uevent)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "virtualmodels.h"
 
+#include <algorithm>
+
 namespace hid::virt {
 
 namespace {
@@ -323,6 +325,294 @@ DeviceDescription restingArrayHeadset()
     return description;
 }
 
+// The telephony headset with its Phone Mute declared absolute (an on/off control), as some
+// headsets declare it; no array. With report ids: inputs report 1, outputs report 2.
+//   input:  [1] [bit 0 Hook Switch, 1 Line Busy Tone, 2 Phone Mute (absolute), 3 Flash, 4 Drop]
+//   output: [2] [bit 0 Off-Hook, 1 Ring, 2 Mute, 3 Hold, 4 Microphone, 5 On-Line]
+Bytes absoluteMuteDescriptor()
+{
+    Bytes d = {
+        0x05, 0x0B, // Usage Page (Telephony)
+        0x09, 0x05, // Usage (Headset)
+        0xA1, 0x01, // Collection (Application)
+        0x85, 0x01, //   Report ID (1)
+        0x15, 0x00, //   Logical Minimum (0)
+        0x25, 0x01, //   Logical Maximum (1)
+        0x75, 0x01, //   Report Size (1)
+        0x09, 0x20, //   Usage (Hook Switch)
+        0x09, 0x97, //   Usage (Line Busy Tone)
+        0x09, 0x2F, //   Usage (Phone Mute)
+        0x95, 0x03, //   Report Count (3)
+        0x81, 0x22, //   Input (Data, Variable, Absolute, No Preferred)
+        0x09, 0x21, //   Usage (Flash)
+        0x95, 0x01, //   Report Count (1)
+        0x81, 0x06, //   Input (Data, Variable, Relative)
+        0x09, 0x26, //   Usage (Drop)
+        0x81, 0x02, //   Input (Data, Variable, Absolute)
+        0x95, 0x03, //   Report Count (3)
+        0x81, 0x03, //   Input (Constant): padding
+    };
+    const Bytes outputs = telephonyDescriptor(true);
+    // The telephony headset's output report, from its Report ID (2) to the end.
+    const Bytes reportTwo = {0x85, 0x02};
+    const auto from = std::search(outputs.begin(), outputs.end(), reportTwo.begin(), reportTwo.end());
+    d.insert(d.end(), from, outputs.end());
+    return d;
+}
+
+// A headset whose absolute Phone Mute is a button: 1 while held, 0 when let go.
+DeviceDescription pulsedMuteHeadset()
+{
+    DeviceDescription description = telephonyHeadset(true);
+    description.vendorId = 0x1209;
+    description.productId = 0x0057;
+    description.product = L"Office Headset 57";
+    description.serialNumber = L"VH-0057";
+    description.descriptor = absoluteMuteDescriptor();
+    description.buttons = {
+        {"answer", {0x01, 0x01}, {}},
+        {"hangup", {0x01, 0x00}, {}},
+        {"mute", {0x01, 0x05}, {0x01, 0x01}},
+        {"drop", {0x01, 0x10}, {0x01, 0x00}},
+    };
+    return description;
+}
+
+// A headset whose absolute Phone Mute is a switch: 1 from one press (muted) until the next. Its
+// button has two names here, for the press that turns it on and the one that turns it off.
+DeviceDescription switchedMuteHeadset()
+{
+    DeviceDescription description = pulsedMuteHeadset();
+    description.productId = 0x0058;
+    description.product = L"Office Headset 58";
+    description.serialNumber = L"VH-0058";
+    description.buttons = {
+        {"answer", {0x01, 0x01}, {}},
+        {"hangup", {0x01, 0x00}, {}},
+        {"mute", {0x01, 0x05}, {}},
+        {"unmute", {0x01, 0x01}, {}},
+    };
+    return description;
+}
+
+// A USB desk phone: a Telephony Phone collection (not a Headset one) with its handset's hook,
+// Phone Mute, Flash and Drop, a keypad, and its lamps. Report ids: inputs 1, outputs 2.
+//   input:  [1] [bit 0 Hook Switch, 1 Phone Mute (relative), 2 Flash (relative), 3 Drop]
+//               [keypad array: 0 none, 1..12 Phone Key 0..9, Phone Key Star, Phone Key Pound]
+//   output: [2] [bit 0 Off-Hook, 1 Ring, 2 Mute, 3 Hold]
+DeviceDescription deskPhone()
+{
+    DeviceDescription description;
+    description.vendorId = 0x1209;
+    description.productId = 0x0053;
+    description.releaseNumber = 0x0100;
+    description.product = L"Desk Phone 70";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = L"DP-0070";
+    description.interfaceNumber = 3;
+    description.usagePage = 0x0B;
+    description.usage = 0x01;
+    description.descriptor = {
+        0x05, 0x0B, // Usage Page (Telephony)
+        0x09, 0x01, // Usage (Phone)
+        0xA1, 0x01, // Collection (Application)
+        0x85, 0x01, //   Report ID (1)
+        0x15, 0x00, //   Logical Minimum (0)
+        0x25, 0x01, //   Logical Maximum (1)
+        0x75, 0x01, //   Report Size (1)
+        0x09, 0x20, //   Usage (Hook Switch)
+        0x95, 0x01, //   Report Count (1)
+        0x81, 0x22, //   Input (Data, Variable, Absolute, No Preferred)
+        0x09, 0x2F, //   Usage (Phone Mute)
+        0x09, 0x21, //   Usage (Flash)
+        0x95, 0x02, //   Report Count (2)
+        0x81, 0x06, //   Input (Data, Variable, Relative)
+        0x09, 0x26, //   Usage (Drop)
+        0x95, 0x01, //   Report Count (1)
+        0x81, 0x02, //   Input (Data, Variable, Absolute)
+        0x95, 0x04, //   Report Count (4)
+        0x81, 0x03, //   Input (Constant): padding
+        0x09, 0x06, //   Usage (Telephony Key Pad)
+        0xA1, 0x02, //   Collection (Logical)
+        0x19, 0xB0, //     Usage Minimum (Phone Key 0)
+        0x29, 0xBB, //     Usage Maximum (Phone Key Pound)
+        0x15, 0x01, //     Logical Minimum (1)
+        0x25, 0x0C, //     Logical Maximum (12)
+        0x75, 0x08, //     Report Size (8)
+        0x95, 0x01, //     Report Count (1)
+        0x81, 0x40, //     Input (Data, Array, Absolute, Null State)
+        0xC0,       //   End Collection
+        0x85, 0x02, //   Report ID (2)
+        0x05, 0x08, //   Usage Page (LEDs)
+        0x15, 0x00, //   Logical Minimum (0)
+        0x25, 0x01, //   Logical Maximum (1)
+        0x75, 0x01, //   Report Size (1)
+        0x09, 0x17, //   Usage (Off-Hook)
+        0x09, 0x18, //   Usage (Ring)
+        0x09, 0x09, //   Usage (Mute)
+        0x09, 0x20, //   Usage (Hold)
+        0x95, 0x04, //   Report Count (4)
+        0x91, 0x22, //   Output (Data, Variable, Absolute, No Preferred)
+        0x95, 0x04, //   Report Count (4)
+        0x91, 0x03, //   Output (Constant): padding
+        0xC0,       // End Collection
+    };
+    description.buttons = {
+        {"lift", {0x01, 0x01, 0x00}, {}},
+        {"hangup", {0x01, 0x00, 0x00}, {}},
+        {"mute", {0x01, 0x03, 0x00}, {0x01, 0x01, 0x00}},
+        {"flash", {0x01, 0x05, 0x00}, {0x01, 0x01, 0x00}},
+        {"drop", {0x01, 0x09, 0x00}, {0x01, 0x01, 0x00}},
+        {"key-5", {0x01, 0x01, 0x06}, {0x01, 0x01, 0x00}},
+    };
+    return description;
+}
+
+// A USB phone adapter for an analog phone: a Telephony Phone collection whose inputs and lamps
+// are arrays. No report ids.
+//   input:  [array: 0 none, 1 Hook Switch, 2 Phone Mute, 3 Flash, 4 Drop]
+//   output: [four array slots: 0 none, 1 Off-Hook, 2 Ring, 3 Mute, 4 Hold]
+DeviceDescription phoneAdapter()
+{
+    DeviceDescription description;
+    description.vendorId = 0x1209;
+    description.productId = 0x0054;
+    description.releaseNumber = 0x0100;
+    description.product = L"Phone Adapter 80";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = L"PA-0080";
+    description.interfaceNumber = 3;
+    description.usagePage = 0x0B;
+    description.usage = 0x01;
+    description.descriptor = {
+        0x05, 0x0B, // Usage Page (Telephony)
+        0x09, 0x01, // Usage (Phone)
+        0xA1, 0x01, // Collection (Application)
+        0x15, 0x01, //   Logical Minimum (1)
+        0x25, 0x04, //   Logical Maximum (4)
+        0x75, 0x08, //   Report Size (8)
+        0x95, 0x01, //   Report Count (1)
+        0x09, 0x20, //   Usage (Hook Switch)
+        0x09, 0x2F, //   Usage (Phone Mute)
+        0x09, 0x21, //   Usage (Flash)
+        0x09, 0x26, //   Usage (Drop)
+        0x81, 0x40, //   Input (Data, Array, Absolute, Null State)
+        0x05, 0x08, //   Usage Page (LEDs)
+        0x95, 0x04, //   Report Count (4)
+        0x09, 0x17, //   Usage (Off-Hook)
+        0x09, 0x18, //   Usage (Ring)
+        0x09, 0x09, //   Usage (Mute)
+        0x09, 0x20, //   Usage (Hold)
+        0x91, 0x40, //   Output (Data, Array, Absolute, Null State)
+        0xC0,       // End Collection
+    };
+    // Its hook is a key: pressed to answer, pressed again to hang up.
+    description.buttons = {
+        {"hook", {0x01}, {0x00}},
+        {"mute", {0x02}, {0x00}},
+        {"flash", {0x03}, {0x00}},
+        {"drop", {0x04}, {0x00}},
+    };
+    return description;
+}
+
+// A USB telephone handset: a Telephony Handset collection. No report ids.
+//   input:  [bit 0 Hook Switch, 1 Phone Mute (relative), 2 Flash (relative)]
+//   output: [bit 0 Off-Hook, 1 Ring, 2 Mute]
+DeviceDescription handset()
+{
+    DeviceDescription description;
+    description.vendorId = 0x1209;
+    description.productId = 0x0055;
+    description.releaseNumber = 0x0100;
+    description.product = L"USB Handset 90";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = L"HS-0090";
+    description.interfaceNumber = 3;
+    description.usagePage = 0x0B;
+    description.usage = 0x04;
+    description.descriptor = {
+        0x05, 0x0B, // Usage Page (Telephony)
+        0x09, 0x04, // Usage (Handset)
+        0xA1, 0x01, // Collection (Application)
+        0x15, 0x00, //   Logical Minimum (0)
+        0x25, 0x01, //   Logical Maximum (1)
+        0x75, 0x01, //   Report Size (1)
+        0x09, 0x20, //   Usage (Hook Switch)
+        0x95, 0x01, //   Report Count (1)
+        0x81, 0x22, //   Input (Data, Variable, Absolute, No Preferred)
+        0x09, 0x2F, //   Usage (Phone Mute)
+        0x09, 0x21, //   Usage (Flash)
+        0x95, 0x02, //   Report Count (2)
+        0x81, 0x06, //   Input (Data, Variable, Relative)
+        0x95, 0x05, //   Report Count (5)
+        0x81, 0x03, //   Input (Constant): padding
+        0x05, 0x08, //   Usage Page (LEDs)
+        0x09, 0x17, //   Usage (Off-Hook)
+        0x09, 0x18, //   Usage (Ring)
+        0x09, 0x09, //   Usage (Mute)
+        0x95, 0x03, //   Report Count (3)
+        0x91, 0x22, //   Output (Data, Variable, Absolute, No Preferred)
+        0x95, 0x05, //   Report Count (5)
+        0x91, 0x03, //   Output (Constant): padding
+        0xC0,       // End Collection
+    };
+    description.buttons = {
+        {"lift", {0x01}, {}},
+        {"hangup", {0x00}, {}},
+        {"mute", {0x03}, {0x01}},
+        {"flash", {0x05}, {0x01}},
+    };
+    return description;
+}
+
+// A headset on a common USB audio chip: no Telephony collection at all. Its Consumer Control
+// collection carries the volume keys and, as extended usages of the Telephony page, Hook
+// Switch and Phone Mute (both absolute: 1 while held) and Redial, as the kernel's own fixed-up
+// descriptor for one such chip has them. No report ids, no lamps.
+//   input: [bit 0 Volume Increment, 1 Volume Decrement, 2 Mute, 3 Hook Switch, 4 Phone Mute,
+//           5 Redial]
+DeviceDescription consumerTelephonyHeadset()
+{
+    DeviceDescription description;
+    description.vendorId = 0x1209;
+    description.productId = 0x0056;
+    description.releaseNumber = 0x0100;
+    description.product = L"USB Headset 10";
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = L"UH-0010";
+    description.interfaceNumber = 3;
+    description.usagePage = 0x0C;
+    description.usage = 0x01;
+    description.descriptor = {
+        0x05, 0x0C,                   // Usage Page (Consumer)
+        0x09, 0x01,                   // Usage (Consumer Control)
+        0xA1, 0x01,                   // Collection (Application)
+        0x15, 0x00,                   //   Logical Minimum (0)
+        0x25, 0x01,                   //   Logical Maximum (1)
+        0x75, 0x01,                   //   Report Size (1)
+        0x09, 0xE9,                   //   Usage (Volume Increment)
+        0x09, 0xEA,                   //   Usage (Volume Decrement)
+        0x09, 0xE2,                   //   Usage (Mute)
+        0x0B, 0x20, 0x00, 0x0B, 0x00, //   Usage (Telephony: Hook Switch)
+        0x0B, 0x2F, 0x00, 0x0B, 0x00, //   Usage (Telephony: Phone Mute)
+        0x0B, 0x24, 0x00, 0x0B, 0x00, //   Usage (Telephony: Redial)
+        0x95, 0x06,                   //   Report Count (6)
+        0x81, 0x02,                   //   Input (Data, Variable, Absolute)
+        0x95, 0x02,                   //   Report Count (2)
+        0x81, 0x03,                   //   Input (Constant): padding
+        0xC0,                         // End Collection
+    };
+    // Its reports carry its whole state: Hook Switch stays on while a call is up.
+    description.buttons = {
+        {"answer", {0x08}, {}},
+        {"hangup", {0x00}, {}},
+        {"mute", {0x18}, {0x08}},
+        {"volume-up", {0x09}, {0x08}},
+    };
+    return description;
+}
+
 std::vector<Model> makeModels()
 {
     return {
@@ -354,6 +644,30 @@ std::vector<Model> makeModels()
          "Telephony headset with its volume keys' Consumer Control on the same interface",
          {volumeKeysHeadset()},
          {{0, "Headset60"}}},
+        {"pulsed-mute-headset",
+         "Telephony headset whose absolute Phone Mute is a button (1 while held; ids no row lists)",
+         {pulsedMuteHeadset()},
+         {{0, "Headset57"}}},
+        {"switched-mute-headset",
+         "Telephony headset whose absolute Phone Mute is a switch (1 until the next press; ids no row lists)",
+         {switchedMuteHeadset()},
+         {{0, "Headset58"}}},
+        {"desk-phone",
+         "Desk phone: Telephony Phone collection with hook, mute, flash, drop, keypad and lamps (ids no row lists)",
+         {deskPhone()},
+         {{0, "DeskPhone70"}}},
+        {"phone-adapter",
+         "Phone adapter: Telephony Phone collection with array inputs and lamps (ids no row lists)",
+         {phoneAdapter()},
+         {{0, "Adapter80"}}},
+        {"handset",
+         "Telephone handset: Telephony Handset collection (ids no row lists)",
+         {handset()},
+         {{0, "Handset90"}}},
+        {"consumer-telephony-headset",
+         "Headset on a USB audio chip: Hook Switch and Phone Mute inside Consumer Control, no Telephony collection",
+         {consumerTelephonyHeadset()},
+         {{0, "Headset10"}}},
         {"resting-array-headset",
          "Telephony headset whose Null-State array rests inside its range (0 selects its first usage)",
          {restingArrayHeadset()},

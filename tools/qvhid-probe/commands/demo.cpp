@@ -18,6 +18,7 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -54,10 +55,16 @@ struct Received
 int listModels()
 {
     out() << "Virtual headsets (qvhid-probe demo MODEL):\n";
+    int nameWidth = 0;
+    int productWidth = 0;
+    for (const hid::virt::Model &model : hid::virt::models()) {
+        nameWidth = std::max(nameWidth, int(model.name.size()) + 2);
+        productWidth = std::max(productWidth, int(model.interfaces.front().product.size()) + 1);
+    }
     for (const hid::virt::Model &model : hid::virt::models()) {
         const hid::virt::DeviceDescription &first = model.interfaces.front();
-        out() << "  " << QString::fromStdString(model.name).leftJustified(26)
-              << QString::fromStdWString(first.product).leftJustified(20) << hexId(first.vendorId) << ":"
+        out() << "  " << QString::fromStdString(model.name).leftJustified(nameWidth)
+              << QString::fromStdWString(first.product).leftJustified(productWidth) << hexId(first.vendorId) << ":"
               << hexId(first.productId) << "  " << QString::fromStdString(model.summary) << "\n";
     }
     return Success;

@@ -9,6 +9,8 @@
 #include "mutebutton.h"
 #include "udevrule.h"
 
+#include <nodeproperties.h>
+
 #include <hiddevice.h>
 #include <hiddeviceinfo.h>
 #include <platform/micmutekey.h>
@@ -113,9 +115,8 @@ private:
 
         // Read as the binding reads it: from sysfs, which anyone may read, else through the device.
         const hid::ReportDescriptor descriptor = hid::ReadReportDescriptor(m_system, interface.path);
-        const bool isTelephonyHeadset =
-            udevid::identify(descriptor.get(), std::nullopt) == udevid::Identity::TelephonyHeadset;
-        const QString access = accessOf(interface, isTelephonyHeadset);
+        const bool isTelephony = isTelephonyDevice(interface, descriptor.get());
+        const QString access = accessOf(interface, isTelephony);
         const CallControl control = findCallControl(descriptor.get());
         out() << "    descriptor: "
               << (descriptor ? describe(control) : QStringLiteral("cannot be read or is not valid")) << "\n";
@@ -131,8 +132,19 @@ private:
         }
         showSoundCards(interface);
         out() << "    access: " << access << "\n";
-        if (udevid::identify(descriptor.get(), hidIds(interface)) != udevid::Identity::None)
+        if (isTelephony)
             showMuteButton(interface);
+    }
+
+    // A device the library's udev rules give the user, as they tell it: a hidraw node by what
+    // qvhid-udev-id says of it; another (a virtual headset) by its descriptor alone.
+    bool isTelephonyDevice(const Interface &interface, const hid_descriptor *descriptor) const
+    {
+        const QString node = interface.path.section(QLatin1Char('/'), -1);
+        if (interface.path == QStringLiteral("/dev/") + node && node.startsWith(QLatin1String("hidraw")))
+            return !udevid::propertiesOf(m_system.sysfsRoot.toStdString(), node.toStdString()).empty();
+        const udevid::Identity identity = udevid::identify(descriptor, hidIds(interface));
+        return identity != udevid::Identity::None && identity != udevid::Identity::TelephonyButtons;
     }
 
     // What the desktop does with the headset's mute button.

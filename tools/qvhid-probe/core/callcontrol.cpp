@@ -5,6 +5,9 @@
 #include "elements.h"
 #include "lamps.h"
 
+#include <fallbackcollection.h>
+#include <hiddecoderbase.h>
+
 #include <hidapi_parser.h>
 
 #include <QJsonDocument>
@@ -43,16 +46,13 @@ CallControl findCallControl(const hid_descriptor *descriptor)
     CallControl control;
     if (!descriptor)
         return control;
-    const hid_collection *chosen = nullptr;
-    for (const hid_collection *top = descriptor->device_collection->first_child; top; top = top->next_sibling) {
-        if (top->usage_page != TelephonyPage)
-            continue;
-        if (!chosen || (top->usage == HeadsetUsage && chosen->usage != HeadsetUsage))
-            chosen = top;
-    }
-    if (!chosen)
+    const hid::FallbackCollection collection = hid::FindFallbackCollection(descriptor, TelephonyPage, HeadsetUsage);
+    const hid_collection *chosen =
+        hid::HidDecoderBase::findCallControlCollection(descriptor, collection.usagePage, collection.usage);
+    if (!collection.isValid() || !chosen)
         return control;
     control.found = true;
+    control.telephonyButtonsOnly = collection.telephonyButtonsOnly;
     control.collectionPage = chosen->usage_page;
     control.collectionUsage = chosen->usage;
     std::vector<unsigned short> inputPages;
@@ -79,10 +79,18 @@ QString describe(const CallControl &control)
 {
     if (!control.found)
         return QStringLiteral("no Telephony collection (page 0x000B): no call control");
-    QString text = QStringLiteral("%1 collection (%2/%3)")
-                       .arg(control.collectionUsage == HeadsetUsage ? QStringLiteral("Telephony Headset")
-                                                                    : QStringLiteral("Telephony"),
-                            hexId(control.collectionPage), hexId(control.collectionUsage));
+    const auto kind = [&control]() -> QString {
+        if (control.telephonyButtonsOnly)
+            return QStringLiteral("no Telephony collection; telephony buttons in the collection");
+        switch (control.collectionUsage) {
+        case 0x05: return QStringLiteral("Telephony Headset collection");
+        case 0x04: return QStringLiteral("Telephony Handset collection");
+        case 0x01: return QStringLiteral("Telephony Phone collection");
+        default: return QStringLiteral("Telephony collection");
+        }
+    };
+    QString text =
+        QStringLiteral("%1 (%2/%3)").arg(kind(), hexId(control.collectionPage), hexId(control.collectionUsage));
     text += control.hasInputs ? QStringLiteral(", buttons on page %1").arg(hexId(control.inputPage))
                               : QStringLiteral(", no buttons");
     if (!control.hasOutputs)

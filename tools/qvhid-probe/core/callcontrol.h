@@ -9,12 +9,14 @@ struct hid_descriptor;
 
 namespace probe {
 
-// The call-control function that a report descriptor declares: a top-level collection on the
-// Telephony page (HID Usage Tables, page 0x0B), preferably the Headset collection (0x05), with
-// the pages its buttons and lamps use.
+// The call-control function that a report descriptor declares, as the library's fallback finds
+// it: a Telephony Headset, Handset or Phone collection (HID Usage Tables, page 0x0B), else the
+// Telephony page's buttons in another collection (a Consumer Control); with the pages its
+// buttons and lamps use.
 struct CallControl
 {
     bool found = false;
+    bool telephonyButtonsOnly = false; // no Telephony collection: the buttons of another
     unsigned short collectionPage = 0;
     unsigned short collectionUsage = 0;
     unsigned short inputPage = 0x0B;  // Telephony buttons when it has any

@@ -74,13 +74,13 @@ QString findTelephonyRules(const QStringList &directories)
     return QString();
 }
 
-QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid, bool isTelephonyHeadset)
+QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid, bool isTelephonyDevice)
 {
     const QString replug = QStringLiteral(
         "udev applies rules when a device appears:\n"
         "        unplug the headset and plug it in again (or run 'udevadm trigger --subsystem-match=hidraw' as\n"
         "        root). The rule gives access to the user logged in at the seat, not to a login over ssh.");
-    if (isTelephonyHeadset) {
+    if (isTelephonyDevice) {
         const QString telephonyRules = findTelephonyRules(directories);
         if (!telephonyRules.isEmpty())
             return QStringLiteral("denied, although %1 gives the user at the seat every telephony headset. ")

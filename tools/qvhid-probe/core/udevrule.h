@@ -23,11 +23,11 @@ QString findUdevRule(const QStringList &directories, unsigned short vid, unsigne
 QString findTelephonyRules(const QStringList &directories);
 
 // Why the user may not open a device with these ids, and what to do. A telephony headset
-// (`isTelephonyHeadset`: its descriptor has a Telephony Headset collection) is covered by the
+// (`isTelephonyDevice`: one the library's udev rules give the user by its descriptor) is covered by the
 // library's telephony rules: how to install them, or what to do when they are there. Any other
 // device needs a rule of its own: the one missing from `directories` and how to install it, or
 // what to do when it is there.
-QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid, bool isTelephonyHeadset);
+QString deniedAccess(const QStringList &directories, unsigned short vid, unsigned short pid, bool isTelephonyDevice);
 
 } // namespace probe
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "hiddevice.h"
 
+#include "fallbackcollection.h"
 #include "hiddecoderbase.h"
 #include "hidlog.h"
 #include "platform/audiodevicename.h"
@@ -199,6 +200,13 @@ void HidDevice::checkDesktopAndAccess()
                                  "plug the headset in again";
 }
 
+void HidDevice::announceCallState()
+{
+    // Counted before it is queued: the reader, told of it, makes way for it at once.
+    if (m_reader)
+        m_reader->callStateComing();
+}
+
 void HidDevice::wakeReader()
 {
     // The call state was queued to the reader; it is handled once the reader's wait for input
@@ -297,6 +305,7 @@ void HidDevice::waitForStoppingThreads()
 void HidDevice::onCallMuted()
 {
     m_call = CallState::TalkMuted;
+    announceCallState();
     emit callMuted();
     wakeReader();
 }
@@ -304,6 +313,7 @@ void HidDevice::onCallMuted()
 void HidDevice::onCallUnmuted()
 {
     m_call = CallState::Talking;
+    announceCallState();
     emit callUnmuted();
     wakeReader();
 }
@@ -311,6 +321,7 @@ void HidDevice::onCallUnmuted()
 void HidDevice::onCallIncome()
 {
     m_call = CallState::Ringing;
+    announceCallState();
     emit callIncome();
     wakeReader();
 }
@@ -318,6 +329,7 @@ void HidDevice::onCallIncome()
 void HidDevice::onCallHold()
 {
     m_call = CallState::Held;
+    announceCallState();
     emit callHold();
     wakeReader();
 }
@@ -325,6 +337,7 @@ void HidDevice::onCallHold()
 void HidDevice::onCallHoldMuted()
 {
     m_call = CallState::HeldMuted;
+    announceCallState();
     emit callHoldMuted();
     wakeReader();
 }
@@ -332,6 +345,7 @@ void HidDevice::onCallHoldMuted()
 void HidDevice::onCallEnd()
 {
     m_call = CallState::Idle;
+    announceCallState();
     emit callEnd();
     wakeReader();
 }
@@ -501,12 +515,13 @@ bool HidDevice::chooseAmong(hid_device_info *devices, const std::function<bool(c
     } else {
         // A row of its own always wins: the fallback is asked only when no interface has one.
         QString configuration;
-        chosen = chooseByFallback(unlisted, chosenCode, configuration);
+        QString collection;
+        chosen = chooseByFallback(unlisted, chosenCode, configuration, collection);
         if (chosen)
-            how = QStringLiteral("interface %1, the call-control collection %2/%3 of the fallback configuration \"%4\" "
-                                 "(its ids have no row of their own)")
+            how = QStringLiteral("interface %1, %2 of the fallback configuration \"%3\" (its ids have no row of their "
+                                 "own)")
                       .arg(chosen->interface_number)
-                      .arg(hexWord(chosenCode.devUsagePage), hexWord(chosenCode.devUsageID), configuration);
+                      .arg(collection, configuration);
     }
     if (!chosen)
         return false;
@@ -528,11 +543,11 @@ bool HidDevice::chooseAmong(hid_device_info *devices, const std::function<bool(c
 }
 
 const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_device_info *> &unlisted, HidCode &code,
-                                                   QString &configuration)
+                                                   QString &configuration, QString &collection)
 {
     if (unlisted.empty() || !HidDeviceDict::getFallbackCode(code, configuration))
         return nullptr;
-    const QString collection = hexWord(code.devUsagePage) + QLatin1Char('/') + hexWord(code.devUsageID);
+    const QString searched = DescribeFallbackSearch(code.devUsagePage, code.devUsageID);
     QStringList examined;
     for (const hid_device_info *record : unlisted) {
         // hidapi lists an interface once per collection: its descriptor is read once.
@@ -543,11 +558,12 @@ const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_d
         const QString device =
             QStringLiteral("%1 (%2:%3)").arg(path, hexWord(record->vendor_id), hexWord(record->product_id));
         const ReportDescriptor descriptor = ReadReportDescriptor(m_system, path);
+        const FallbackCollection found = FindFallbackCollection(descriptor.get(), code.devUsagePage, code.devUsageID);
         QString refusal;
         if (!descriptor)
             refusal = QStringLiteral("its report descriptor cannot be read");
-        else if (!HidDecoderBase::findCallControlCollection(descriptor.get(), code.devUsagePage, code.devUsageID))
-            refusal = QStringLiteral("its report descriptor has no collection %1").arg(collection);
+        else if (!found.isValid())
+            refusal = QStringLiteral("its report descriptor has no collection %1").arg(searched);
         if (!refusal.isEmpty()) {
             HID_LOG_AS(log::Trace, "findDevice")
                 << "HID DEVICE " << device << " has no row of its own and " << refusal
@@ -556,6 +572,11 @@ const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_d
                                     .arg(configuration, path, refusal);
             continue;
         }
+        // Bound through that collection: its buttons are read and its lamps written.
+        code.devUsagePage = found.usagePage;
+        code.devUsageID = found.usage;
+        collection = found.telephonyButtonsOnly ? found.describe()
+                                                : QStringLiteral("the call-control collection ") + found.describe();
         // Bound on that collection's own entry when hidapi lists one, as the decoder finds it there.
         const hid_device_info *chosen = record;
         for (const hid_device_info *candidate : unlisted) {
@@ -566,7 +587,8 @@ const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_d
         }
         HID_LOG_AS(log::Trace, "findDevice")
             << "HID DEVICE " << device << " has no row of its own; its report descriptor has "
-            << "the collection " << collection << ": bound through the fallback configuration " << configuration;
+            << (found.telephonyButtonsOnly ? QString() : QStringLiteral("the collection ")) << found.describe()
+            << ": bound through the fallback configuration " << configuration;
         return chosen;
     }
     return nullptr;

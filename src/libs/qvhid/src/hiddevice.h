@@ -155,6 +155,8 @@ private:
     bool startReader(CallState call);
     /// Whether `binding` is still the running binding: anything a withdrawn one sends is dropped.
     bool isCurrent(quint64 binding) const;
+    // Tells the running reader of a call state about to be queued to it.
+    void announceCallState();
     // Cuts the running reader's wait for input short, for a call state just queued to it.
     void wakeReader();
     /// Watches for headsets being plugged in while the application's name is bound to nothing.
@@ -167,11 +169,12 @@ private:
     /// dictionary lists explicitly, the first that is the configuration's call-control
     /// collection, else the first, else the fallback's choice; fills m_info and m_choice.
     bool chooseAmong(hid_device_info *devices, const std::function<bool(const hid_device_info *)> &belongs);
-    /// Of interfaces whose ids have no row of their own, the first whose report descriptor has
-    /// the call-control collection of the dictionary's fallback configuration; null when the
-    /// dictionary names none or no interface has it (m_fallbackRefusal then says why).
+    /// Of interfaces whose ids have no row of their own, the first whose report descriptor has a
+    /// collection that the dictionary's fallback configuration binds (fallbackcollection.h),
+    /// with `code` set to bind through it; null when the dictionary names no fallback or no
+    /// interface has such a collection (m_fallbackRefusal then says why).
     const hid_device_info *chooseByFallback(const std::vector<const hid_device_info *> &unlisted, HidCode &code,
-                                            QString &configuration);
+                                            QString &configuration, QString &collection);
     void waitForStoppingThreads();
     /// Run by the application object's destructor while it still exists: once it is gone, a
     /// reader thread can no longer deliver the events that delete its reader and close the
