@@ -391,11 +391,20 @@ int main(int argc, char *argv[])
     std::printf("| Measure | Samples | Median ms | 99th percentile ms | Maximum ms |\n|---|---|---|---|---|\n");
     gestureLatency(manager, reports, headset, options.presses);
     callStateLatency(manager, reports, headset, options.calls);
-    {
-        HeadsetStream stream(headset, std::chrono::milliseconds(4));
-        callStateLatency(manager, reports, headset, options.calls, QStringLiteral(" (headset streaming every 4 ms)"),
-                         QStringLiteral("streaming_"));
+    // A headset that streams its input state every 1, 4 and 8 ms; the worst of the three is
+    // streaming_callstate_write_*.
+    double worstP50 = -1;
+    double worstP99 = -1;
+    for (const int period : {1, 4, 8}) {
+        HeadsetStream stream(headset, std::chrono::milliseconds(period));
+        const QString prefix = QStringLiteral("streaming_%1ms_").arg(period);
+        callStateLatency(manager, reports, headset, options.calls,
+                         QStringLiteral(" (headset streaming every %1 ms)").arg(period), prefix);
+        worstP50 = std::max(worstP50, figures().value(prefix + QLatin1String("callstate_write_p50_ms")).toDouble());
+        worstP99 = std::max(worstP99, figures().value(prefix + QLatin1String("callstate_write_p99_ms")).toDouble());
     }
+    figures().insert(QStringLiteral("streaming_callstate_write_p50_ms"), worstP50);
+    figures().insert(QStringLiteral("streaming_callstate_write_p99_ms"), worstP99);
     bindingTime(manager, reports, 0, options.bindings);
     bindingTime(manager, reports, 99, options.bindings);
     if (!bind(manager, reports))

@@ -164,6 +164,11 @@ unsigned long TestHeadset::opens() const
     return system().server().opens(m_id);
 }
 
+unsigned long TestHeadset::reportsRead() const
+{
+    return system().server().reportsRead(m_id);
+}
+
 unsigned long TestHeadset::inputWaits() const
 {
     return system().server().inputWaits(m_id);

@@ -56,6 +56,7 @@ struct HidrawServer::Device
     bool denied = false;
     unsigned long opens = 0;
     unsigned long inputWaits = 0;
+    unsigned long reportsRead = 0;
     std::vector<Bytes> written;
     std::map<unsigned char, Bytes> features;
 };
@@ -225,6 +226,13 @@ unsigned long HidrawServer::opens(int number) const
     return found == m_devices.end() ? 0 : found->second->opens;
 }
 
+unsigned long HidrawServer::reportsRead(int number) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_devices.find(number);
+    return found == m_devices.end() ? 0 : found->second->reportsRead;
+}
+
 unsigned long HidrawServer::inputWaits(int number) const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
@@ -241,6 +249,8 @@ void HidrawServer::wakeLocked(OpenFile &file)
         } else {
             const Bytes report = std::move(file.queue.front());
             file.queue.pop_front();
+            if (Device *device = deviceLocked(file.device))
+                ++device->reportsRead;
             fuse_reply_buf(file.pendingRead, reinterpret_cast<const char *>(report.data()),
                            std::min(file.pendingSize, report.size()));
         }
@@ -256,6 +266,12 @@ void HidrawServer::wakeLocked(OpenFile &file)
 HidrawServer &HidrawServer::of(fuse_req_t request)
 {
     return *static_cast<HidrawServer *>(fuse_req_userdata(request));
+}
+
+HidrawServer::Device *HidrawServer::deviceLocked(int number)
+{
+    const auto found = m_devices.find(number);
+    return found == m_devices.end() ? nullptr : found->second.get();
 }
 
 HidrawServer::Device *HidrawServer::deviceOf(fuse_ino_t inode)
@@ -344,6 +360,8 @@ void HidrawServer::onRead(fuse_req_t request, fuse_ino_t, size_t size, off_t, fu
     if (!file.queue.empty()) {
         const Bytes report = std::move(file.queue.front());
         file.queue.pop_front();
+        if (Device *device = server.deviceLocked(file.device))
+            ++device->reportsRead;
         fuse_reply_buf(request, reinterpret_cast<const char *>(report.data()), std::min(size, report.size()));
         return;
     }

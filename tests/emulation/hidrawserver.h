@@ -64,6 +64,8 @@ public:
     // Polls of a file opened read-only: a binding's reader waits for input on such a file of
     // its own, and polls it only then (not while reading back answers to what it wrote).
     unsigned long inputWaits(int number) const;
+    // Reads that returned an input report, on any file of the device.
+    unsigned long reportsRead(int number) const;
 
 private:
     struct Device;
@@ -84,6 +86,7 @@ private:
 
     static HidrawServer &of(fuse_req_t request);
     Device *deviceOf(fuse_ino_t inode);
+    Device *deviceLocked(int number); // by hidraw number; m_mutex held
     void wakeLocked(OpenFile &file);
 
     mutable std::mutex m_mutex;

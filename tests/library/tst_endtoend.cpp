@@ -499,7 +499,7 @@ void TestEndToEnd::streamingHeadsetFollowsTheCall()
 
     // Each ring reaches the headset within 50 ms of the call state.
     for (int call = 0; call < 20; ++call) {
-        QVERIFY(headset.waitForListeningReader());
+        QVERIFY(headset.waitForInputWait());
         headset.clearWritten();
         QElapsedTimer sinceCall;
         sinceCall.start();
@@ -520,7 +520,7 @@ void TestEndToEnd::streamingHeadsetFollowsTheCall()
     // often the headset repeats each state.
     manager().onCallIncome();
     QTRY_COMPARE(events.entries().constLast(), QStringLiteral("state:Incoming call"));
-    QVERIFY(headset.waitForListeningReader());
+    QVERIFY(headset.waitForInputWait());
     const int beforeGestures = events.size();
     stream.setReport(hookLifted);
     QTRY_COMPARE(events.since(beforeGestures), QStringList{"click"});

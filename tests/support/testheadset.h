@@ -10,6 +10,7 @@
 
 #include <virtualhid.h>
 
+#include <QDeadlineTimer>
 #include <QString>
 #include <QStringList>
 #include <QTest>
@@ -59,13 +60,36 @@ public:
     unsigned long opens() const; // successful opens so far
     // How often a reader began to wait for input on the headset (not a read-back of answers).
     unsigned long inputWaits() const;
-    // Waits until a binding's reader next begins to wait for input: it has written the lamps
-    // of the state just entered and read back the headset's answers, so that a press now is
-    // taken as a press, not as an answer. False when no reader does so in time.
+    // How many input reports its readers have read.
+    unsigned long reportsRead() const;
+    // Waits until a binding's reader next begins to wait for input, inside a burst or not: for
+    // a headset that streams, whose reader never reads nothing for long.
+    bool waitForInputWait() const
+    {
+        const unsigned long waits = inputWaits();
+        return QTest::qWaitFor([&] { return inputWaits() != waits; }, 5000 * timingScale());
+    }
+    // Waits until a binding's reader next begins to wait for input and reads no report for
+    // 10 ms: it has written the lamps of the state just entered, read back the headset's
+    // answers and read the rest of the last burst, so that a press now is taken as a press of
+    // its own. False when no reader does so in time.
     bool waitForListeningReader() const
     {
-        const unsigned long before = inputWaits();
-        return QTest::qWaitFor([&] { return inputWaits() != before; }, 5000 * timingScale());
+        QDeadlineTimer deadline(5000 * timingScale());
+        unsigned long waits = inputWaits();
+        for (;;) {
+            if (!QTest::qWaitFor([&] { return inputWaits() != waits; }, int(deadline.remainingTime())))
+                return false;
+            waits = inputWaits();
+            const unsigned long reports = reportsRead();
+            QDeadlineTimer quiet(10);
+            while (reportsRead() == reports && !quiet.hasExpired())
+                QTest::qWait(1);
+            if (reportsRead() == reports)
+                return true;
+            if (deadline.hasExpired())
+                return false;
+        }
     }
 
 private:

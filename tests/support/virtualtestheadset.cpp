@@ -122,6 +122,11 @@ unsigned long TestHeadset::opens() const
     return deviceOf(m_id).counters().opens;
 }
 
+unsigned long TestHeadset::reportsRead() const
+{
+    return deviceOf(m_id).counters().reportsRead;
+}
+
 unsigned long TestHeadset::inputWaits() const
 {
     return deviceOf(m_id).counters().inputWaits;

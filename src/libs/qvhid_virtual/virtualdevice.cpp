@@ -102,14 +102,27 @@ int VirtualDevice::openHandles() const
 
 bool VirtualDevice::waitForListeningReader(std::chrono::milliseconds timeout) const
 {
-    const unsigned long before = counters().inputWaits;
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (counters().inputWaits == before) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    // A reader that reads the rest of a burst waits for input too, for a few milliseconds; it
+    // takes a press as a press of its own once a wait brings no report for this long.
+    constexpr auto Quiet = std::chrono::milliseconds(10);
+    using Clock = std::chrono::steady_clock;
+    const auto deadline = Clock::now() + timeout;
+    Counters seen = counters();
+    for (;;) {
+        while (counters().inputWaits == seen.inputWaits) {
+            if (Clock::now() >= deadline)
+                return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        seen = counters();
+        const auto quietUntil = Clock::now() + Quiet;
+        while (counters().reportsRead == seen.reportsRead) {
+            if (Clock::now() >= quietUntil)
+                return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        seen = counters();
     }
-    return true;
 }
 
 void removeAllDevices()

@@ -94,6 +94,7 @@ struct Counters
     unsigned long interruptedReads = 0; ///< reads failed by Faults::nextReadFails
     unsigned long interruptedWaits = 0; ///< interruptible reads that hid_interrupt() cut short
     unsigned long inputWaits = 0;       ///< interruptible reads begun: a reader waiting for input
+    unsigned long reportsRead = 0;      ///< reads that returned an input report
 };
 
 /// Failures to inject; all off by default.
@@ -154,8 +155,9 @@ public:
     Counters counters() const;
     int openHandles() const;
     /// Waits until a reader next begins to wait for input on the device (an interruptible
-    /// read): a binding that has written its lamps and read back the headset's answers listens
-    /// again, so that a press now is taken as a press. False when none does within `timeout`.
+    /// read) and then reads no report for 10 ms: a binding that has written its lamps, read back
+    /// the headset's answers and read the rest of the last burst of reports listens again, so
+    /// that a press now is taken as a press. False when none does within `timeout`.
     bool waitForListeningReader(std::chrono::milliseconds timeout) const;
 
 private:

@@ -436,6 +436,7 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
             const std::size_t count = std::min(length, report.size());
             if (count > 0) // an empty report has no storage to copy from
                 std::memcpy(data, report.data(), count);
+            ++handle->device->counters.reportsRead;
             return static_cast<int>(count);
         }
         const Bytes &unending = handle->device->faults.unendingReport;
@@ -443,6 +444,7 @@ int Registry::read(hid_device *device, unsigned char *data, size_t length, int m
             handle->unendingDue = now + UnendingReportPeriod;
             const std::size_t count = std::min(length, unending.size());
             std::memcpy(data, unending.data(), count);
+            ++handle->device->counters.reportsRead;
             return static_cast<int>(count);
         }
         // Input that is due comes first; a wake-up only cuts the wait for it short.

@@ -8,7 +8,6 @@
 #include <hidapi.h>
 
 #include <QAbstractTransition>
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSignalTransition>
 #include <QStateMachine>
@@ -23,7 +22,7 @@ namespace hid {
 namespace {
 
 // The read cycle's timing and buffer.
-constexpr int PollIntervalMs = 10;               // from the end of one tick to the next
+constexpr int PollIntervalMs = 0;                // from the end of one tick to the next
 constexpr std::size_t ReadBufferSize = 256;      // every read
 constexpr int FirstReadTimeoutMs = 250;          // first read of a tick
 constexpr int BurstReadTimeoutMs = 5;            // each further report of a burst
@@ -148,7 +147,7 @@ int HidReaderBase::writeReports(const std::vector<std::vector<uint8_t>> &reports
         if (holdLastReadBack && &*report == &*lastWritten)
             m_held = {true, false, name};
         else
-            readBack(name, &*report == &*lastWritten ? CallStates::EndLoop : CallStates::Wait);
+            readBack(name, &*report == &*lastWritten ? CallStates::Look : CallStates::Wait);
     }
     return total;
 }
@@ -173,13 +172,12 @@ void HidReaderBase::longReadData()
     if (!m_info.code.longDelay)
         return;
     std::vector<uint8_t> buffer(ReadBufferSize, 0);
-    const bool capped = readWhileReportsCome(buffer, LongDelayFirstReadTimeoutMs, LongDelayNextReadTimeoutMs,
-                                             LongDelayCapMs, CallStates::EndLoop, [&](int n) {
-                                                 trackDiscarded(buffer, n);
-                                                 HID_LOG_AS(log::Trace, "longReadData")
-                                                     << "HID READER read after long delay READED: ["
-                                                     << BinaryToString(buffer, n) << "]";
-                                             });
+    const bool capped = readWhileReportsCome(
+        buffer, LongDelayFirstReadTimeoutMs, LongDelayNextReadTimeoutMs, LongDelayCapMs, CallStates::Look, [&](int n) {
+            trackDiscarded(buffer, n);
+            HID_LOG_AS(log::Trace, "longReadData")
+                << "HID READER read after long delay READED: [" << BinaryToString(buffer, n) << "]";
+        });
     if (capped)
         warnOfCap(CappedRead::Drain);
     HID_LOG(log::Trace) << "HID READER long delay READ ended";
@@ -200,13 +198,16 @@ bool HidReaderBase::readWhileReportsCome(std::vector<uint8_t> &buffer, int first
         const int quietLeft = timeout - static_cast<int>(quiet.elapsed());
         if (quietLeft <= 0)
             return false;
-        // A loop that yields to call states looks for them every few milliseconds. (It does not
-        // wait as the tick does, through InputWait: tests tell a reader that listens for input
-        // again by that wait.)
+        // A burst waits as the tick does, through InputWait, which a call state cuts short. A
+        // command's last read-back and a drain look for one every few milliseconds instead:
+        // tests and tools tell a reader that takes a press as a press by InputWait's waits, and
+        // a press during a read-back or a drain is not taken as one.
         int wait = std::min(quietLeft, left);
-        if (callStates != CallStates::Wait)
+        if (callStates == CallStates::Look)
             wait = std::min(wait, CallStateLookMs);
-        const int n = hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), wait);
+        const int n = callStates == CallStates::Wake
+            ? m_input.read(buffer.data(), buffer.size(), wait)
+            : hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), wait);
         if (n < 0)
             return false;
         if (n > 0) {
@@ -214,26 +215,10 @@ bool HidReaderBase::readWhileReportsCome(std::vector<uint8_t> &buffer, int first
             quiet.restart();
             timeout = gapMs;
         }
-        if (callStates != CallStates::Wait && m_pendingCallStates > 0) {
-            if (callStates == CallStates::EndLoop || m_takingCallStates)
-                return false;
-            takePendingCallStates();
-            quiet.restart();
-            timeout = gapMs;
-        }
+        // The loop ends for a call state, which the event loop runs next.
+        if (callStates != CallStates::Wait && m_pendingCallStates > 0)
+            return false;
     }
-}
-
-bool HidReaderBase::takePendingCallStates()
-{
-    if (m_pendingCallStates <= 0)
-        return false;
-    m_takingCallStates = true;
-    // The slots that HidDevice queued to this reader; each takes its transition and writes its
-    // command before this returns.
-    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
-    m_takingCallStates = false;
-    return true;
 }
 
 void HidReaderBase::callStateTaken()
@@ -399,7 +384,7 @@ void HidReaderBase::finishCommand()
 {
     const HeldReadBack held = std::exchange(m_held, HeldReadBack());
     if (held.readBack)
-        readBack(held.name, CallStates::EndLoop);
+        readBack(held.name, CallStates::Look);
     if (held.drain)
         longReadData();
 }
@@ -566,7 +551,7 @@ void HidReaderBase::onHIDDataRead(InputBuf &data, int length)
                         << BinaryToString(data, static_cast<unsigned long>(length)) << "] : " << length;
     bool emitted = emitGesture(type);
     const bool capped =
-        readWhileReportsCome(data, BurstReadTimeoutMs, BurstReadTimeoutMs, BurstCapMs, CallStates::Take, [&](int n) {
+        readWhileReportsCome(data, BurstReadTimeoutMs, BurstReadTimeoutMs, BurstCapMs, CallStates::Wake, [&](int n) {
             type = clickTypeOfInput(data, n, type);
             HID_LOG_AS(log::Trace, "onHIDDataRead")
                 << "HID READER next click type is " << int(type) << " ["

@@ -126,10 +126,10 @@ protected:
     void finishCommand();
     /// What a read loop does with a call state that arrives while it reads.
     enum class CallStates {
-        Wait,    ///< it waits for the loop's end: the read-backs between the reports of a command
-        EndLoop, ///< the loop ends, so that the call state is taken next: a command's last
-                 ///< read-back, a drain
-        Take,    ///< it is taken at once, and the loop goes on: a burst
+        Wait, ///< it waits for the loop's end: the read-backs between the reports of a command
+        Look, ///< the loop looks for one every few milliseconds and ends, so that it is taken
+              ///< next: a command's last read-back, a drain
+        Wake, ///< the call state cuts the loop's wait short and ends it: a burst
     };
     int writeReports(const std::vector<std::vector<uint8_t>> &reports, const QString &name, bool holdLastReadBack);
     void readBack(const QString &name, CallStates callStates = CallStates::Wait);
@@ -138,9 +138,6 @@ protected:
     /// `firstTimeoutMs`), for `capMs` at most in all; true when the cap ended the reading.
     bool readWhileReportsCome(std::vector<uint8_t> &buffer, int firstTimeoutMs, int gapMs, int capMs,
                               CallStates callStates, const std::function<void(int)> &onReport);
-    /// Runs the call-state slots queued to this reader now, from inside a burst; false when none
-    /// was waiting.
-    bool takePendingCallStates();
     /// Emits the signal of `type`, with its log line; false for NONE.
     bool emitGesture(ClickType type);
     /// Logs, once per binding and kind of read, that a headset kept reporting past the cap.
@@ -168,7 +165,6 @@ protected:
     /// Counted up by callStateComing(), down by the call-state slots: call states queued to
     /// this reader whose slots have not run yet.
     std::atomic<int> m_pendingCallStates{0};
-    bool m_takingCallStates = false; // running queued call-state slots from inside a burst
     void callStateTaken();
     std::array<bool, 3> m_capsWarned{};
     std::unique_ptr<RepeatedReports> m_repeats; // made at start(), once the descriptor is read

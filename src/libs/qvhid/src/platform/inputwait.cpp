@@ -89,6 +89,12 @@ int InputWait::read(unsigned char *data, std::size_t length, int milliseconds)
 
 int InputWait::pollNode(unsigned char *data, std::size_t length, int milliseconds)
 {
+    // The second file holds a copy of every report, read or not: emptied first, it shows only
+    // what comes from now on. A report already waiting in hidapi's file is read at once.
+    drain(m_nodeFd);
+    const int waiting = hid_read_timeout(m_device, data, length, 0);
+    if (waiting != 0)
+        return waiting;
     pollfd fds[] = {{m_nodeFd, POLLIN, 0}, {m_wakeFd, POLLIN, 0}};
     const int ready = poll(fds, 2, milliseconds);
     if (ready < 0)
@@ -100,9 +106,7 @@ int InputWait::pollNode(unsigned char *data, std::size_t length, int millisecond
     }
     if (fds[0].revents == 0)
         return 0; // the time-out
-    // Input, or the node is gone (POLLHUP, POLLERR): hidapi's own file says which. The second
-    // file is emptied first, so that a report coming after it wakes the next wait.
-    drain(m_nodeFd);
+    // Input, or the node is gone (POLLHUP, POLLERR): hidapi's own file says which.
     return hid_read_timeout(m_device, data, length, 0);
 }
 
