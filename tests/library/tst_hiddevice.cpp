@@ -11,6 +11,7 @@
 #include "stresscount.h"
 #include "virtualheadsets.h"
 
+#include <bindingsystem.h>
 #include <hiddevice.h>
 #include <platform/hiddevicelookup.h>
 
@@ -856,7 +857,7 @@ void TestHidDevice::headsetWhoseNodeIsNotThereYetIsLeftForTheNextEvent()
     const QString directory = nodes.path();
     hid::SystemView system = hid::LiveSystemView();
     system.deviceDirectory = directory;
-    rig.device.setSystemView(system);
+    SetSystemView(rig.device, system);
     QVERIFY(!rig.device.reset(EndpointOfHeadset20));
     // hidapi lists the headset, but its node cannot be opened yet (here: it is not there).
     hid::virt::DeviceDescription description = modelDescription("telephony-headset");
@@ -885,7 +886,7 @@ void TestHidDevice::directoryThatCannotBeWatchedIsLogged()
     HidDevice device(nullptr);
     hid::SystemView system = hid::LiveSystemView();
     system.deviceDirectory = QStringLiteral("/nonexistent-qvhid-devices");
-    device.setSystemView(system);
+    SetSystemView(device, system);
     QVERIFY(!device.reset(EndpointOfHeadset20));
     const QList<CapturedLine> lines = logger.linesFrom(QStringLiteral("HidNodeWatcher"));
     QCOMPARE(lines.size(), 1);

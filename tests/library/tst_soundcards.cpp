@@ -8,6 +8,7 @@
 #include "desk.h"
 #include "sysfstree.h"
 
+#include <bindingsystem.h>
 #include <hiddevice.h>
 #include <platform/audiodevicename.h>
 #include <platform/soundcards.h>
@@ -445,7 +446,7 @@ void TestSoundCards::bindsTheInterfaceOfTheNamedCardOnly()
     QFETCH(int, usagePage);
     FakeDesk desk;
     hid::HidDevice binding(nullptr);
-    binding.setSystemView(desk.view());
+    SetSystemView(binding, desk.view());
     QVERIFY(binding.chooseAudioDevice(name));
     const std::string owner = device.toStdString();
     QCOMPARE(binding.getInfo().path, desk.path(owner, std::size_t(interface)));
@@ -460,7 +461,7 @@ void TestSoundCards::logsWhichRuleFoundTheCardAndTheInterface()
 {
     FakeDesk desk;
     hid::HidDevice binding(nullptr);
-    binding.setSystemView(desk.view());
+    SetSystemView(binding, desk.view());
     CapturingLogger logger;
     QVERIFY(binding.chooseAudioDevice(QStringLiteral("plughw:5,0")));
     const QString path = desk.path("consumer-first", 1);
@@ -515,7 +516,7 @@ void TestSoundCards::logsWhyNothingWasBound()
     QFETCH(QString, why);
     FakeDesk desk;
     hid::HidDevice binding(nullptr);
-    binding.setSystemView(desk.view());
+    SetSystemView(binding, desk.view());
     CapturingLogger logger;
     QVERIFY(!binding.chooseAudioDevice(name));
     QVERIFY(binding.getInfo().path.isEmpty());
@@ -527,7 +528,7 @@ void TestSoundCards::unlistedHeadsetOfTheCardIsBoundThroughTheFallback()
 {
     FakeDesk desk;
     hid::HidDevice binding(nullptr);
-    binding.setSystemView(desk.view());
+    SetSystemView(binding, desk.view());
     hid::HidDeviceDict::init(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
     const QString name = QStringLiteral("alsa_output.usb-Virtual_Audio_Office_Headset_50_UH-0050-00.analog-stereo");
     QVERIFY(binding.chooseAudioDevice(name));
@@ -554,7 +555,7 @@ void TestSoundCards::nameOfNoCardFallsBackToTheProductString()
     // and of two identical headsets the first listed wins.
     FakeDesk desk;
     hid::HidDevice binding(nullptr);
-    binding.setSystemView(desk.view());
+    SetSystemView(binding, desk.view());
     CapturingLogger logger;
     const QString name = QStringLiteral("Headset Microphone (2- Office Headset 20)");
     QVERIFY(binding.chooseAudioDevice(name));

@@ -16,6 +16,7 @@
 #include <platform/micmutekey.h>
 #include <platform/nodeaccess.h>
 #include <platform/reportdescriptor.h>
+#include <platform/soundcards.h>
 #include <telephonyidentity.h>
 #include <hidapi.h>
 #include <hidapi_parser.h>

@@ -87,17 +87,25 @@ template<typename Visit> void forEachElement(const hid_collection *collection, V
 
 } // namespace
 
+struct HidDecoderBase::Private
+{
+    std::set<unsigned char> reportIdsSeen;         ///< input report ids decoded since binding
+    const hid_collection *callControl = nullptr;   ///< the collection whose buttons count
+    std::unique_ptr<PhoneMuteSwitch> phoneMute;    ///< an absolute Phone Mute's presses
+};
+
 HidDecoderBase::HidDecoderBase(const HidDeviceInfo &info, hid_device *device)
     : m_inputType(HID_ELEMENT_INPUT)
     , m_outputType(HID_ELEMENT_OUTPUT)
     , m_info(info)
     , m_device(device)
     , m_descriptor(nullptr)
+    , d(std::make_unique<Private>())
 {
     HID_LOG(log::Trace) << "HidDecoderBase";
     m_descriptor = hid_read_descriptor(device);
-    m_callControl = findCallControlCollection(m_descriptor, m_info.code.devUsagePage, m_info.code.devUsageID);
-    m_phoneMute = std::make_unique<PhoneMuteSwitch>();
+    d->callControl = findCallControlCollection(m_descriptor, m_info.code.devUsagePage, m_info.code.devUsageID);
+    d->phoneMute = std::make_unique<PhoneMuteSwitch>();
 }
 
 HidDecoderBase::~HidDecoderBase()
@@ -120,26 +128,26 @@ ClickType HidDecoderBase::getClickTypeFromData(const std::vector<unsigned char> 
     // a press. An array resting outside its range (the usual Null State) selects nothing at rest,
     // so what it holds in the first report is pressed; so is a variable field that changes.
     const unsigned char reportId = m_descriptor->uses_report_ids && size > 0 ? data[0] : 0;
-    const bool baseline = m_reportIdsSeen.insert(reportId).second;
+    const bool baseline = d->reportIdsSeen.insert(reportId).second;
     std::vector<unsigned short> found;
     bool nothingReported = true;
     elementSlot() = [this, &found, &nothingReported, baseline](const hid_element *element, void *) {
         nothingReported = false;
-        if (m_callControl && !isWithin(element->collection, m_callControl))
+        if (d->callControl && !isWithin(element->collection, d->callControl))
             return;
         if (baseline && (element->flags & HID_ELEMENT_VARIABLE) == 0 && element->logical_minimum <= 0)
             return;
         // An absolute Phone Mute is reported when it goes on and when it goes off: one of the
         // two is the press (phonemuteswitch.h).
         if (element->direction == m_inputType && isAbsolutePhoneMute(*element)
-            && !m_phoneMute->isPress(element->value != 0, baseline))
+            && !d->phoneMute->isPress(element->value != 0, baseline))
             return;
         if (element->usage_page == m_info.code.inputPage && element->direction == m_inputType)
             found.push_back(element->usage);
     };
     hid_set_element_callback(m_descriptor, &forwardElement, nullptr);
     if (hid_parse_input_report(data.data(), size, m_descriptor) < 0 && baseline)
-        m_reportIdsSeen.erase(reportId); // not a report of the device: its baseline is still to come
+        d->reportIdsSeen.erase(reportId); // not a report of the device: its baseline is still to come
     if (nothingReported)
         return m_info.code.clickTypeOnEmptyCode;
     return gestureOf(found);

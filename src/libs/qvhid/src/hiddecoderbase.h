@@ -8,7 +8,6 @@
 #include <QObject>
 
 #include <memory>
-#include <set>
 #include <vector>
 
 /// hidapi's device handle and the report-parser library's descriptor, as their headers
@@ -19,8 +18,6 @@ struct hid_descriptor;
 struct hid_collection;
 
 namespace hid {
-
-class PhoneMuteSwitch;
 
 /// The opened headset's report descriptor, seen through its model's code: turns an input
 /// report into a gesture, and a set of output usages into the output reports that show
@@ -67,9 +64,10 @@ protected:
     hid_descriptor *m_descriptor;
 
 private:
-    mutable std::set<unsigned char> m_reportIdsSeen; ///< input report ids decoded since binding
-    const hid_collection *m_callControl = nullptr;   ///< the collection whose buttons count
-    std::unique_ptr<PhoneMuteSwitch> m_phoneMute;    ///< an absolute Phone Mute's presses
+    /// What the decoder keeps besides (hiddecoderbase.cpp): behind a pointer, so that it may
+    /// grow without changing this class's size.
+    struct Private;
+    std::unique_ptr<Private> d;
 };
 
 } // namespace hid

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "hiddevice.h"
 
+#include "bindingsystem.h"
 #include "fallbackcollection.h"
 #include "hiddecoderbase.h"
 #include "hidlog.h"
@@ -8,13 +9,19 @@
 #include "platform/hiddevicelookup.h"
 #include "platform/hidnodewatcher.h"
 #include "platform/hidreader.h"
+#include "platform/micmutekey.h"
 #include "platform/nodeaccess.h"
 #include "platform/reportdescriptor.h"
+#include "platform/soundcards.h"
+#include "platform/systemview.h"
 
 #include <hidapi.h>
 
 #include <QCoreApplication>
+#include <QList>
+#include <QPointer>
 #include <QRegExp>
+#include <QTimer>
 
 #include <unistd.h>
 
@@ -67,6 +74,26 @@ bool isCallControl(const hid_device_info *record, const HidCode &code)
 
 } // namespace
 
+struct HidDevice::Private
+{
+    HidDeviceChoice choice;
+    MicMuteKey micMuteKey;
+    /// Why the fallback configuration bound none of the interfaces of the last choice, as the
+    /// end of a rule ("; the fallback configuration ... does not bind ..."); empty otherwise.
+    QString fallbackRefusal;
+    SystemView system = LiveSystemView();
+    /// Counts the readers started, so that a reader's late notice is matched to its own binding.
+    quint64 binding = 0;
+    /// The audio-device name the application reported last, kept while nothing is bound to it.
+    QString wanted;
+    /// The call as the application's reports left it, for a headset bound in the middle of one.
+    CallState call = CallState::Idle;
+    HidNodeWatcher *watcher = nullptr;
+    QTimer *plugSettle = nullptr;
+    /// Threads asked to quit that have not deleted themselves yet.
+    QList<QPointer<ReaderThread>> stoppingThreads;
+};
+
 ReaderThread::~ReaderThread()
 {
     HID_LOG(log::Trace) << "~ReaderThread";
@@ -74,12 +101,13 @@ ReaderThread::~ReaderThread()
 
 HidDevice::HidDevice(QObject *parent)
     : QObject(parent)
-    , m_plugSettle(new QTimer(this))
+    , d(std::make_unique<Private>())
 {
+    d->plugSettle = new QTimer(this);
     liveDevices().insert(this);
-    m_plugSettle->setSingleShot(true);
-    m_plugSettle->setInterval(PlugSettleMs);
-    connect(m_plugSettle, &QTimer::timeout, this, &HidDevice::bindPluggedHeadset);
+    d->plugSettle->setSingleShot(true);
+    d->plugSettle->setInterval(PlugSettleMs);
+    connect(d->plugSettle, &QTimer::timeout, this, &HidDevice::bindPluggedHeadset);
 }
 
 HidDevice::~HidDevice()
@@ -110,7 +138,7 @@ bool HidDevice::reset(const QString &name)
     emit hide();
     m_name.clear();
     stopHidReadThread();
-    m_wanted = name;
+    d->wanted = name;
     if (!chooseAudioDevice(name)) {
         waitForHeadset();
         return false;
@@ -145,7 +173,7 @@ bool HidDevice::startReader(CallState call)
     // does not take back calls already posted. Each is therefore checked here, on this thread,
     // as it arrives: only the binding that is still current reaches the application. The check
     // and the withdrawal both run on this thread, so nothing slips between them.
-    const quint64 binding = ++m_binding;
+    const quint64 binding = ++d->binding;
     const auto relay = [this, binding](void (HidDevice::*signal)()) {
         return [this, binding, signal] {
             if (isCurrent(binding))
@@ -186,15 +214,15 @@ bool HidDevice::startReader(CallState call)
 
 void HidDevice::checkDesktopAndAccess()
 {
-    const QString denied = DescribeNodeAccess(m_system, m_info.path);
+    const QString denied = DescribeNodeAccess(d->system, m_info.path);
     if (!denied.isEmpty())
         HID_LOG(log::Error) << "HID DEVICE Cannot open " << m_info.name << " at " << m_info.path << ": " << denied;
-    m_micMuteKey = CheckMicMuteKey(m_system, m_info.path);
-    if (m_micMuteKey.desktop == DesktopMute::Acts)
+    d->micMuteKey = CheckMicMuteKey(d->system, m_info.path);
+    if (d->micMuteKey.desktop == DesktopMute::Acts)
         HID_LOG(log::Warning) << "HID DEVICE " << m_info.name << " (" << m_info.path
                               << "): the kernel also gives its mute button to the desktop, as the microphone mute "
                                  "key of "
-                              << m_micMuteKey.eventNode
+                              << d->micMuteKey.eventNode
                               << ", so that one press mutes the call and the system microphone; install this "
                                  "library's udev rules (its runtime package, with 71-qvhid-phone-mute.rules) and "
                                  "plug the headset in again";
@@ -217,7 +245,7 @@ void HidDevice::wakeReader()
 
 bool HidDevice::isCurrent(quint64 binding) const
 {
-    return m_reader && binding == m_binding;
+    return m_reader && binding == d->binding;
 }
 
 void HidDevice::stopHidReadThread()
@@ -230,12 +258,12 @@ void HidDevice::stopHidReadThread()
     }
     if (m_thread) {
         m_thread->quit();
-        m_stoppingThreads.removeAll(QPointer<ReaderThread>());
-        m_stoppingThreads.append(m_thread);
+        d->stoppingThreads.removeAll(QPointer<ReaderThread>());
+        d->stoppingThreads.append(m_thread);
     }
     m_reader = nullptr;
     m_thread = nullptr;
-    m_micMuteKey = MicMuteKey();
+    d->micMuteKey = MicMuteKey();
 }
 
 void HidDevice::onReaderFinished()
@@ -247,34 +275,34 @@ void HidDevice::onReaderFinished()
 
 void HidDevice::waitForHeadset()
 {
-    if (namesNoDevice(m_wanted)) {
+    if (namesNoDevice(d->wanted)) {
         stopWaiting();
         return;
     }
-    if (m_watcher)
+    if (d->watcher)
         return;
-    m_watcher = new HidNodeWatcher(m_system.deviceDirectory, this);
-    connect(m_watcher, &HidNodeWatcher::changed, this, &HidDevice::onHidNodesChanged);
-    HID_LOG(log::Trace) << "HID DEVICE Waiting for a headset for " << m_wanted;
+    d->watcher = new HidNodeWatcher(d->system.deviceDirectory, this);
+    connect(d->watcher, &HidNodeWatcher::changed, this, &HidDevice::onHidNodesChanged);
+    HID_LOG(log::Trace) << "HID DEVICE Waiting for a headset for " << d->wanted;
 }
 
 void HidDevice::stopWaiting()
 {
-    m_plugSettle->stop();
-    delete m_watcher;
-    m_watcher = nullptr;
+    d->plugSettle->stop();
+    delete d->watcher;
+    d->watcher = nullptr;
 }
 
 void HidDevice::onHidNodesChanged()
 {
-    m_plugSettle->start();
+    d->plugSettle->start();
 }
 
 void HidDevice::bindPluggedHeadset()
 {
-    if (m_reader || !m_watcher)
+    if (m_reader || !d->watcher)
         return;
-    if (!chooseAudioDevice(m_wanted))
+    if (!chooseAudioDevice(d->wanted))
         return;
     // The kernel makes the node before udev lets the user at the seat open it; the change of
     // access brings another look.
@@ -283,15 +311,15 @@ void HidDevice::bindPluggedHeadset()
         HID_LOG(log::Trace) << "HID DEVICE " << m_info.path << " cannot be opened yet; waiting";
         return;
     }
-    HID_LOG(log::Trace) << "HID DEVICE Headset plugged in for " << m_wanted;
-    m_name = m_wanted;
+    HID_LOG(log::Trace) << "HID DEVICE Headset plugged in for " << d->wanted;
+    m_name = d->wanted;
     stopWaiting();
-    startReader(m_call);
+    startReader(d->call);
 }
 
 void HidDevice::waitForStoppingThreads()
 {
-    for (const QPointer<ReaderThread> &thread : qAsConst(m_stoppingThreads)) {
+    for (const QPointer<ReaderThread> &thread : qAsConst(d->stoppingThreads)) {
         if (!thread)
             continue;
         if (thread->wait(ThreadExitWaitMs))
@@ -299,12 +327,12 @@ void HidDevice::waitForStoppingThreads()
         else
             HID_LOG(log::Error) << "HID DEVICE Reader thread did not finish";
     }
-    m_stoppingThreads.clear();
+    d->stoppingThreads.clear();
 }
 
 void HidDevice::onCallMuted()
 {
-    m_call = CallState::TalkMuted;
+    d->call = CallState::TalkMuted;
     announceCallState();
     emit callMuted();
     wakeReader();
@@ -312,7 +340,7 @@ void HidDevice::onCallMuted()
 
 void HidDevice::onCallUnmuted()
 {
-    m_call = CallState::Talking;
+    d->call = CallState::Talking;
     announceCallState();
     emit callUnmuted();
     wakeReader();
@@ -320,7 +348,7 @@ void HidDevice::onCallUnmuted()
 
 void HidDevice::onCallIncome()
 {
-    m_call = CallState::Ringing;
+    d->call = CallState::Ringing;
     announceCallState();
     emit callIncome();
     wakeReader();
@@ -328,7 +356,7 @@ void HidDevice::onCallIncome()
 
 void HidDevice::onCallHold()
 {
-    m_call = CallState::Held;
+    d->call = CallState::Held;
     announceCallState();
     emit callHold();
     wakeReader();
@@ -336,7 +364,7 @@ void HidDevice::onCallHold()
 
 void HidDevice::onCallHoldMuted()
 {
-    m_call = CallState::HeldMuted;
+    d->call = CallState::HeldMuted;
     announceCallState();
     emit callHoldMuted();
     wakeReader();
@@ -344,7 +372,7 @@ void HidDevice::onCallHoldMuted()
 
 void HidDevice::onCallEnd()
 {
-    m_call = CallState::Idle;
+    d->call = CallState::Idle;
     announceCallState();
     emit callEnd();
     wakeReader();
@@ -383,15 +411,15 @@ QString HidDevice::getParentDeviceName(const QString &name) const
 bool HidDevice::chooseAudioDevice(const QString &name)
 {
     m_info = HidDeviceInfo();
-    m_choice = HidDeviceChoice();
+    d->choice = HidDeviceChoice();
     if (namesNoDevice(name))
         return chooseDevice(getParentDeviceName(name));
 
-    const QVector<SoundCard> cards = ListSoundCards(m_system);
+    const QVector<SoundCard> cards = ListSoundCards(d->system);
     const SoundCardMatch match = ResolveAudioDeviceName(name, cards);
     bool found = false;
     if (match.kind == SoundCardMatch::Bluetooth) {
-        m_choice.rule = match.rule + QLatin1String(": a Bluetooth device has no USB HID interface");
+        d->choice.rule = match.rule + QLatin1String(": a Bluetooth device has no USB HID interface");
     } else if (match.kind == SoundCardMatch::Card) {
         found = chooseDeviceOfSoundCard(name, cards.at(match.card), match.rule);
     } else {
@@ -400,26 +428,26 @@ bool HidDevice::chooseAudioDevice(const QString &name)
         const QString parentName = getParentDeviceName(name);
         found = chooseDevice(parentName);
         const QString step = QStringLiteral("no sound card; product string \"%1\"").arg(parentName);
-        m_choice.rule = found
-            ? step + QLatin1String(", ") + m_choice.rule
-            : step + QLatin1String(": no HID interface with it is listed in the dictionary") + m_fallbackRefusal;
+        d->choice.rule = found
+            ? step + QLatin1String(", ") + d->choice.rule
+            : step + QLatin1String(": no HID interface with it is listed in the dictionary") + d->fallbackRefusal;
     }
     if (found)
-        HID_LOG(log::Trace) << "HID DEVICE Chose " << m_info.path << " for " << name << ": " << m_choice.rule;
+        HID_LOG(log::Trace) << "HID DEVICE Chose " << m_info.path << " for " << name << ": " << d->choice.rule;
     else
-        HID_LOG(log::Trace) << "HID DEVICE Nothing bound for " << name << ": " << m_choice.rule;
+        HID_LOG(log::Trace) << "HID DEVICE Nothing bound for " << name << ": " << d->choice.rule;
     return found;
 }
 
 bool HidDevice::chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule)
 {
-    m_choice.soundCard = card.number;
+    d->choice.soundCard = card.number;
     const QString step = QStringLiteral("sound card %1 (%2) by %3").arg(card.number).arg(card.id, rule);
     HID_LOG(log::Trace) << "HID DEVICE Audio device " << name << " is sound card " << card.number << " (" << card.id
                         << ") by " << rule << ", USB device "
                         << (card.isUsb() ? card.usbDevice : QStringLiteral("none"));
     if (!card.isUsb()) {
-        m_choice.rule = step + QLatin1String(": the card is not a USB device");
+        d->choice.rule = step + QLatin1String(": the card is not a USB device");
         return false;
     }
 
@@ -427,19 +455,19 @@ bool HidDevice::chooseDeviceOfSoundCard(const QString &name, const SoundCard &ca
     hid_device_info *devices = hid_enumerate(0, 0);
     const bool found = chooseAmong(devices, [&](const hid_device_info *record) {
         const bool sameDevice =
-            record->path && UsbDeviceOfHidPath(m_system, QString::fromUtf8(record->path)) == card.usbDevice;
+            record->path && UsbDeviceOfHidPath(d->system, QString::fromUtf8(record->path)) == card.usbDevice;
         interfaces += sameDevice ? 1 : 0;
         return sameDevice;
     });
     hid_free_enumeration(devices);
 
     if (found)
-        m_choice.rule = step + QLatin1String(", ") + m_choice.rule;
+        d->choice.rule = step + QLatin1String(", ") + d->choice.rule;
     else if (interfaces == 0)
-        m_choice.rule = step + QLatin1String(": its USB device has no HID interface");
+        d->choice.rule = step + QLatin1String(": its USB device has no HID interface");
     else
-        m_choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary")
-            + m_fallbackRefusal;
+        d->choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary")
+            + d->fallbackRefusal;
     return found;
 }
 
@@ -467,7 +495,7 @@ bool HidDevice::findDevice(hid_device_info *devices, const QString &name)
 
 bool HidDevice::chooseAmong(hid_device_info *devices, const std::function<bool(const hid_device_info *)> &belongs)
 {
-    m_fallbackRefusal.clear();
+    d->fallbackRefusal.clear();
     HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Devices list: ";
     for (const hid_device_info *record = devices; record; record = record->next) {
         HID_LOG_AS(log::Trace, "findDevice")
@@ -532,10 +560,10 @@ bool HidDevice::chooseAmong(hid_device_info *devices, const std::function<bool(c
     m_info.name = productString(chosen);
     m_info.path = QString::fromUtf8(chosen->path);
     m_info.code = chosenCode;
-    m_choice.interfaceNumber = chosen->interface_number;
-    m_choice.usagePage = chosen->usage_page;
-    m_choice.usage = chosen->usage;
-    m_choice.rule = how;
+    d->choice.interfaceNumber = chosen->interface_number;
+    d->choice.usagePage = chosen->usage_page;
+    d->choice.usage = chosen->usage;
+    d->choice.rule = how;
     HID_LOG_AS(log::Trace, "findDevice") << "HID DEVICE Device found vid, pid, hid page, hid usage: "
                                          << chosen->vendor_id << ", " << chosen->product_id << ", "
                                          << chosen->usage_page << ", " << chosen->usage;
@@ -557,7 +585,7 @@ const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_d
         examined << path;
         const QString device =
             QStringLiteral("%1 (%2:%3)").arg(path, hexWord(record->vendor_id), hexWord(record->product_id));
-        const ReportDescriptor descriptor = ReadReportDescriptor(m_system, path);
+        const ReportDescriptor descriptor = ReadReportDescriptor(d->system, path);
         const FallbackCollection found = FindFallbackCollection(descriptor.get(), code.devUsagePage, code.devUsageID);
         QString refusal;
         if (!descriptor)
@@ -568,7 +596,7 @@ const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_d
             HID_LOG_AS(log::Trace, "findDevice")
                 << "HID DEVICE " << device << " has no row of its own and " << refusal
                 << ": the fallback configuration " << configuration << " does not bind it";
-            m_fallbackRefusal = QStringLiteral("; the fallback configuration \"%1\" does not bind %2: %3")
+            d->fallbackRefusal = QStringLiteral("; the fallback configuration \"%1\" does not bind %2: %3")
                                     .arg(configuration, path, refusal);
             continue;
         }
@@ -601,21 +629,21 @@ const HidDeviceInfo &HidDevice::getInfo() const
 
 const HidDeviceChoice &HidDevice::getChoice() const
 {
-    return m_choice;
+    return d->choice;
 }
 
 DesktopMute HidDevice::getDesktopMute() const
 {
-    return m_micMuteKey.desktop;
+    return d->micMuteKey.desktop;
 }
 
-void HidDevice::setSystemView(const SystemView &system)
+void SetSystemView(HidDevice &binding, const SystemView &system)
 {
-    m_system = system;
+    binding.d->system = system;
     // A watch already running watched the old device directory.
-    if (m_watcher) {
-        stopWaiting();
-        waitForHeadset();
+    if (binding.d->watcher) {
+        binding.stopWaiting();
+        binding.waitForHeadset();
     }
 }
 

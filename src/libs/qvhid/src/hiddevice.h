@@ -5,19 +5,14 @@
 #include "desktopmute.h"
 #include "hiddeviceinfo.h"
 #include "hidreaderbase.h"
-#include "platform/micmutekey.h"
-#include "platform/soundcards.h"
-#include "platform/systemview.h"
 #include "qvhid_export.h"
 
-#include <QList>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 #include <QThread>
-#include <QTimer>
 
 #include <functional>
+#include <memory>
 #include <vector>
 
 /// hidapi's enumeration record, as its header declares it.
@@ -25,7 +20,8 @@ struct hid_device_info;
 
 namespace hid {
 
-class HidNodeWatcher;
+struct SoundCard;
+struct SystemView;
 
 /// How the last choice of an interface went, for diagnostics: which rule led from the
 /// audio-device name to the interface, or why none was chosen, and what the chosen interface is.
@@ -120,8 +116,6 @@ public:
     /// Whether the desktop also acts on the bound headset's mute button (the microphone mute
     /// key of its input device); looked at when the headset is bound, before show().
     DesktopMute getDesktopMute() const;
-    /// Where sound cards and USB devices are looked up; the live system unless a test says otherwise.
-    void setSystemView(const SystemView &system);
     /// The thread of the running binding, or null.
     ReaderThread *getReaderThread() const;
 
@@ -151,60 +145,52 @@ private slots:
     void onReaderFinished();
 
 private:
+    // The library's own helpers: not exported, so that they are free to change.
     /// Starts a reader for the chosen interface that resumes `call` once it has entered Initial.
-    bool startReader(CallState call);
+    QVHID_NO_EXPORT bool startReader(CallState call);
     /// Whether `binding` is still the running binding: anything a withdrawn one sends is dropped.
-    bool isCurrent(quint64 binding) const;
+    QVHID_NO_EXPORT bool isCurrent(quint64 binding) const;
     // Tells the running reader of a call state about to be queued to it.
-    void announceCallState();
+    QVHID_NO_EXPORT void announceCallState();
     // Cuts the running reader's wait for input short, for a call state just queued to it.
-    void wakeReader();
+    QVHID_NO_EXPORT void wakeReader();
     /// Watches for headsets being plugged in while the application's name is bound to nothing.
-    void waitForHeadset();
-    void stopWaiting();
-    void onHidNodesChanged();
-    void bindPluggedHeadset();
-    bool chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule);
+    QVHID_NO_EXPORT void waitForHeadset();
+    QVHID_NO_EXPORT void stopWaiting();
+    QVHID_NO_EXPORT void onHidNodesChanged();
+    QVHID_NO_EXPORT void bindPluggedHeadset();
+    QVHID_NO_EXPORT bool chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule);
     /// The walk shared by both steps: of the records that `belongs` accepts and whose ids the
     /// dictionary lists explicitly, the first that is the configuration's call-control
-    /// collection, else the first, else the fallback's choice; fills m_info and m_choice.
-    bool chooseAmong(hid_device_info *devices, const std::function<bool(const hid_device_info *)> &belongs);
+    /// collection, else the first, else the fallback's choice; fills m_info and the choice.
+    QVHID_NO_EXPORT bool chooseAmong(hid_device_info *devices,
+                                     const std::function<bool(const hid_device_info *)> &belongs);
     /// Of interfaces whose ids have no row of their own, the first whose report descriptor has a
     /// collection that the dictionary's fallback configuration binds (fallbackcollection.h),
     /// with `code` set to bind through it; null when the dictionary names no fallback or no
-    /// interface has such a collection (m_fallbackRefusal then says why).
-    const hid_device_info *chooseByFallback(const std::vector<const hid_device_info *> &unlisted, HidCode &code,
-                                            QString &configuration, QString &collection);
-    void waitForStoppingThreads();
+    /// interface has such a collection (the fallback refusal then says why).
+    QVHID_NO_EXPORT const hid_device_info *chooseByFallback(const std::vector<const hid_device_info *> &unlisted,
+                                                            HidCode &code, QString &configuration,
+                                                            QString &collection);
+    QVHID_NO_EXPORT void waitForStoppingThreads();
     /// Run by the application object's destructor while it still exists: once it is gone, a
     /// reader thread can no longer deliver the events that delete its reader and close the
     /// headset, so every binding is ended here.
-    static void endBindingsBeforeApplicationEnds();
-
+    QVHID_NO_EXPORT static void endBindingsBeforeApplicationEnds();
     /// Looks at what the desktop gets of the chosen headset and at whether it may be opened,
     /// and logs what stands in the way of a call.
-    void checkDesktopAndAccess();
+    QVHID_NO_EXPORT void checkDesktopAndAccess();
 
     HidDeviceInfo m_info;
-    HidDeviceChoice m_choice;
-    MicMuteKey m_micMuteKey;
-    /// Why the fallback configuration bound none of the interfaces of the last choice, as the
-    /// end of a rule ("; the fallback configuration ... does not bind ..."); empty otherwise.
-    QString m_fallbackRefusal;
-    SystemView m_system = LiveSystemView();
     HidReaderBase *m_reader = nullptr;
     ReaderThread *m_thread = nullptr;
     QString m_name;
-    /// Counts the readers started, so that a reader's late notice is matched to its own binding.
-    quint64 m_binding = 0;
-    /// The audio-device name the application reported last, kept while nothing is bound to it.
-    QString m_wanted;
-    /// The call as the application's reports left it, for a headset bound in the middle of one.
-    CallState m_call = CallState::Idle;
-    HidNodeWatcher *m_watcher = nullptr;
-    QTimer *m_plugSettle = nullptr;
-    /// Threads asked to quit that have not deleted themselves yet.
-    QList<QPointer<ReaderThread>> m_stoppingThreads;
+    /// Everything else a binding keeps (hiddevice.cpp): behind a pointer, so that it may grow
+    /// without changing this class's size.
+    struct Private;
+    std::unique_ptr<Private> d;
+    /// For the tests of this tree (bindingsystem.h, not installed).
+    friend QVHID_EXPORT void SetSystemView(HidDevice &binding, const SystemView &system);
 };
 
 } // namespace hid

@@ -2,8 +2,9 @@
 #include "hidreaderbase.h"
 
 #include "hidlog.h"
-#include "repeatedreports.h"
 #include "platform/hiddecoder.h"
+#include "platform/inputwait.h"
+#include "repeatedreports.h"
 
 #include <hidapi.h>
 
@@ -14,6 +15,8 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstdio>
 #include <utility>
 
@@ -61,6 +64,25 @@ protected:
 
 } // namespace
 
+struct HidReaderBase::Private
+{
+    InputWait input; // the wait for input between ticks
+    CallState resumeState = CallState::Idle;
+    bool inEntryAction = false;
+    /// Counted up by callStateComing(), down by the call-state slots: call states queued to
+    /// this reader whose slots have not run yet.
+    std::atomic<int> pendingCallStates{0};
+    std::array<bool, 3> capsWarned{};
+    std::unique_ptr<RepeatedReports> repeats; // made at start(), once the descriptor is read
+    // The read-back and drain of the command just written, held while its state is announced.
+    struct HeldReadBack
+    {
+        bool readBack = false;
+        bool drain = false;
+        QString name;
+    } held;
+};
+
 QString BinaryToString(const std::vector<uint8_t> &bytes, unsigned long count)
 {
     QString text;
@@ -76,6 +98,7 @@ HidReaderBase::HidReaderBase(const HidDeviceInfo &info)
     : QObject(nullptr)
     , m_info(info)
     , m_readTimer(new QTimer(this))
+    , d(std::make_unique<Private>())
 {
     Q_UNUSED(stateMetaTypeId);
     HID_LOG(log::Trace) << "HidReaderBase";
@@ -84,7 +107,7 @@ HidReaderBase::HidReaderBase(const HidDeviceInfo &info)
 HidReaderBase::~HidReaderBase()
 {
     m_readTimer->stop();
-    m_input.detach();
+    d->input.detach();
     hid_close(m_deviceHandle);
     m_deviceHandle = nullptr;
     HID_LOG(log::Trace) << "~HidReaderBase";
@@ -107,10 +130,10 @@ int HidReaderBase::writeCommand(const std::vector<std::vector<unsigned short>> &
             return -1;
         }
         const bool lastStep = step + 1 == command.size();
-        total += writeReports(reports, name, m_inEntryAction && lastStep);
+        total += writeReports(reports, name, d->inEntryAction && lastStep);
     }
-    if (m_inEntryAction)
-        m_held.drain = true;
+    if (d->inEntryAction)
+        d->held.drain = true;
     else
         longReadData();
     return total;
@@ -145,7 +168,7 @@ int HidReaderBase::writeReports(const std::vector<std::vector<uint8_t>> &reports
         if (result == 0)
             continue;
         if (holdLastReadBack && &*report == &*lastWritten)
-            m_held = {true, false, name};
+            d->held = {true, false, name};
         else
             readBack(name, &*report == &*lastWritten ? CallStates::Look : CallStates::Wait);
     }
@@ -206,7 +229,7 @@ bool HidReaderBase::readWhileReportsCome(std::vector<uint8_t> &buffer, int first
         if (callStates == CallStates::Look)
             wait = std::min(wait, CallStateLookMs);
         const int n = callStates == CallStates::Wake
-            ? m_input.read(buffer.data(), buffer.size(), wait)
+            ? d->input.read(buffer.data(), buffer.size(), wait)
             : hid_read_timeout(m_deviceHandle, buffer.data(), buffer.size(), wait);
         if (n < 0)
             return false;
@@ -216,23 +239,23 @@ bool HidReaderBase::readWhileReportsCome(std::vector<uint8_t> &buffer, int first
             timeout = gapMs;
         }
         // The loop ends for a call state, which the event loop runs next.
-        if (callStates != CallStates::Wait && m_pendingCallStates > 0)
+        if (callStates != CallStates::Wait && d->pendingCallStates > 0)
             return false;
     }
 }
 
 void HidReaderBase::callStateTaken()
 {
-    int pending = m_pendingCallStates;
-    while (pending > 0 && !m_pendingCallStates.compare_exchange_weak(pending, pending - 1)) { }
+    int pending = d->pendingCallStates;
+    while (pending > 0 && !d->pendingCallStates.compare_exchange_weak(pending, pending - 1)) { }
 }
 
 void HidReaderBase::warnOfCap(CappedRead read)
 {
     const auto index = static_cast<std::size_t>(read);
-    if (m_capsWarned[index])
+    if (d->capsWarned[index])
         return;
-    m_capsWarned[index] = true;
+    d->capsWarned[index] = true;
     switch (read) {
     case CappedRead::ReadBack:
         HID_LOG(log::Warning) << "HID READER " << m_info.name << " keeps sending reports: answers to a write are read "
@@ -251,9 +274,9 @@ void HidReaderBase::warnOfCap(CappedRead read)
 
 void HidReaderBase::trackDiscarded(const std::vector<uint8_t> &data, int length)
 {
-    if (!m_decoder || !m_repeats)
+    if (!m_decoder || !d->repeats)
         return;
-    m_repeats->note(data, length);
+    d->repeats->note(data, length);
     std::vector<unsigned short> unused;
     m_decoder->getClickTypeFromData(data, static_cast<unsigned short>(length), unused);
 }
@@ -335,7 +358,7 @@ void HidReaderBase::initStates()
 
 void HidReaderBase::resumeCall(CallState state)
 {
-    m_resumeState = state;
+    d->resumeState = state;
 }
 
 void HidReaderBase::resumeCallState()
@@ -347,7 +370,7 @@ void HidReaderBase::resumeCallState()
         Action action;
     };
     const Resumed resumed = [this]() -> Resumed {
-        switch (m_resumeState) {
+        switch (d->resumeState) {
         case CallState::Ringing: return {m_ringState, &HidReaderBase::execToRing};
         case CallState::Talking: return {m_talkState, &HidReaderBase::execToTalk};
         case CallState::TalkMuted: return {m_talkMutedState, &HidReaderBase::execToTalkMuted};
@@ -375,14 +398,14 @@ void HidReaderBase::resumeCallState()
 // before and the written reports keep their order.
 void HidReaderBase::runEntryAction(void (HidReaderBase::*action)(QState *), QState *from)
 {
-    m_inEntryAction = true;
+    d->inEntryAction = true;
     (this->*action)(from);
-    m_inEntryAction = false;
+    d->inEntryAction = false;
 }
 
 void HidReaderBase::finishCommand()
 {
-    const HeldReadBack held = std::exchange(m_held, HeldReadBack());
+    const Private::HeldReadBack held = std::exchange(d->held, Private::HeldReadBack());
     if (held.readBack)
         readBack(held.name, CallStates::Look);
     if (held.drain)
@@ -473,14 +496,14 @@ void HidReaderBase::start()
         emit finished();
         return;
     }
-    m_input.attach(m_deviceHandle, m_info.path);
+    d->input.attach(m_deviceHandle, m_info.path);
     m_decoder.reset(CreateHidDecoder(m_info, m_deviceHandle));
     if (!m_decoder) {
         HID_LOG(log::Error) << "HID READER Failed to create decoder";
         emit finished();
         return;
     }
-    m_repeats = std::make_unique<RepeatedReports>(m_decoder->usesReportIds());
+    d->repeats = std::make_unique<RepeatedReports>(m_decoder->usesReportIds());
     hid_set_nonblocking(m_deviceHandle, 1);
     initStates();
     onInit();
@@ -491,18 +514,18 @@ void HidReaderBase::start()
     HID_LOG(log::Trace) << "HID READER read cycle started";
     // The machine enters Initial once control returns to the event loop; the resumed state
     // follows it, posted after the machine's own start.
-    if (m_resumeState != CallState::Idle)
+    if (d->resumeState != CallState::Idle)
         QMetaObject::invokeMethod(this, &HidReaderBase::resumeCallState, Qt::QueuedConnection);
 }
 
 void HidReaderBase::callStateComing()
 {
-    ++m_pendingCallStates;
+    ++d->pendingCallStates;
 }
 
 void HidReaderBase::wakeUp()
 {
-    m_input.wake();
+    d->input.wake();
 }
 
 void HidReaderBase::stop()
@@ -515,10 +538,10 @@ void HidReaderBase::onHIDEventTimeout()
     InputBuf buffer(ReadBufferSize, 0);
     // A call state queued meanwhile cuts this wait short (wakeUp), and is handled as soon as
     // control is back in the event loop.
-    int n = m_input.read(buffer.data(), buffer.size(), FirstReadTimeoutMs);
+    int n = d->input.read(buffer.data(), buffer.size(), FirstReadTimeoutMs);
     // A call state cut the wait short, or came while it ended: its slot runs once this tick has
     // returned to the event loop.
-    m_pendingCallStates = 0;
+    d->pendingCallStates = 0;
     if (n < 0) {
         // A signal that interrupts the wait fails one read too; a headset that is gone (its
         // node removed, its plug pulled) fails the next one as well, at once.
@@ -588,7 +611,7 @@ bool HidReaderBase::emitGesture(ClickType type)
 ClickType HidReaderBase::clickTypeOfInput(const std::vector<uint8_t> &data, int length, ClickType previous)
 {
     // A repeat is decoded all the same, so that the decoder keeps following the device's state.
-    const bool repeat = m_repeats && m_repeats->note(data, length);
+    const bool repeat = d->repeats && d->repeats->note(data, length);
     const ClickType type = getClickType(m_decoder.get(), data, static_cast<unsigned short>(length), previous);
     return repeat ? previous : type;
 }

@@ -4,15 +4,12 @@
 
 #include "hiddecoderbase.h"
 #include "hiddeviceinfo.h"
-#include "platform/inputwait.h"
 #include "qvhid_export.h"
 
 #include <QObject>
 #include <QState>
 #include <QString>
 
-#include <array>
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -22,8 +19,6 @@ class QStateMachine;
 class QTimer;
 
 namespace hid {
-
-class RepeatedReports;
 
 /// The reader's input buffer.
 using InputBuf = std::vector<uint8_t>;
@@ -117,40 +112,9 @@ public:
 
 protected:
     void initStates();
-    /// Takes the machine from Initial to the state the call was in (resumeCall).
-    void resumeCallState();
-    /// Runs a transition's entry action so that its command's last read-back and drain wait
-    /// until the target state has been announced (finishCommand).
-    void runEntryAction(void (HidReaderBase::*action)(QState *), QState *from);
-    /// Reads back what the entry action's command left for after the announcement.
-    void finishCommand();
-    /// What a read loop does with a call state that arrives while it reads.
-    enum class CallStates {
-        Wait, ///< it waits for the loop's end: the read-backs between the reports of a command
-        Look, ///< the loop looks for one every few milliseconds and ends, so that it is taken
-              ///< next: a command's last read-back, a drain
-        Wake, ///< the call state cuts the loop's wait short and ends it: a burst
-    };
-    int writeReports(const std::vector<std::vector<uint8_t>> &reports, const QString &name, bool holdLastReadBack);
-    void readBack(const QString &name, CallStates callStates = CallStates::Wait);
-    enum class CappedRead { ReadBack, Burst, Drain };
-    /// Reads reports while each comes within `gapMs` of the last (the first within
-    /// `firstTimeoutMs`), for `capMs` at most in all; true when the cap ended the reading.
-    bool readWhileReportsCome(std::vector<uint8_t> &buffer, int firstTimeoutMs, int gapMs, int capMs,
-                              CallStates callStates, const std::function<void(int)> &onReport);
-    /// Emits the signal of `type`, with its log line; false for NONE.
-    bool emitGesture(ClickType type);
-    /// Logs, once per binding and kind of read, that a headset kept reporting past the cap.
-    void warnOfCap(CappedRead read);
-    /// The gesture of an input report merged into `previous`; none from a repeated report.
-    ClickType clickTypeOfInput(const std::vector<uint8_t> &data, int length, ClickType previous);
-    /// A report read only to be thrown away still updates the decoder's view of the device's
-    /// state, so that the next press is judged against what the device really reports.
-    void trackDiscarded(const std::vector<uint8_t> &data, int length);
 
     HidDeviceInfo m_info;
     hid_device *m_deviceHandle = nullptr;
-    InputWait m_input; // the wait for input between ticks
     QTimer *m_readTimer = nullptr;
     std::unique_ptr<HidDecoderBase> m_decoder;
     QStateMachine *m_stateMachine = nullptr;
@@ -160,21 +124,47 @@ protected:
     QState *m_talkMutedState = nullptr;
     QState *m_holdState = nullptr;
     QState *m_holdMutedState = nullptr;
-    CallState m_resumeState = CallState::Idle;
-    bool m_inEntryAction = false;
-    /// Counted up by callStateComing(), down by the call-state slots: call states queued to
-    /// this reader whose slots have not run yet.
-    std::atomic<int> m_pendingCallStates{0};
-    void callStateTaken();
-    std::array<bool, 3> m_capsWarned{};
-    std::unique_ptr<RepeatedReports> m_repeats; // made at start(), once the descriptor is read
-    // The read-back and drain of the command just written, held while its state is announced.
-    struct HeldReadBack
-    {
-        bool readBack = false;
-        bool drain = false;
-        QString name;
-    } m_held;
+
+private:
+    // The library's own helpers: not exported, so that they are free to change.
+    /// Takes the machine from Initial to the state the call was in (resumeCall).
+    QVHID_NO_EXPORT void resumeCallState();
+    /// Runs a transition's entry action so that its command's last read-back and drain wait
+    /// until the target state has been announced (finishCommand).
+    QVHID_NO_EXPORT void runEntryAction(void (HidReaderBase::*action)(QState *), QState *from);
+    /// Reads back what the entry action's command left for after the announcement.
+    QVHID_NO_EXPORT void finishCommand();
+    /// What a read loop does with a call state that arrives while it reads.
+    enum class CallStates {
+        Wait, ///< it waits for the loop's end: the read-backs between the reports of a command
+        Look, ///< the loop looks for one every few milliseconds and ends, so that it is taken
+              ///< next: a command's last read-back, a drain
+        Wake, ///< the call state cuts the loop's wait short and ends it: a burst
+    };
+    QVHID_NO_EXPORT int writeReports(const std::vector<std::vector<uint8_t>> &reports, const QString &name,
+                                     bool holdLastReadBack);
+    QVHID_NO_EXPORT void readBack(const QString &name, CallStates callStates = CallStates::Wait);
+    enum class CappedRead { ReadBack, Burst, Drain };
+    /// Reads reports while each comes within `gapMs` of the last (the first within
+    /// `firstTimeoutMs`), for `capMs` at most in all; true when the cap ended the reading.
+    QVHID_NO_EXPORT bool readWhileReportsCome(std::vector<uint8_t> &buffer, int firstTimeoutMs, int gapMs, int capMs,
+                                              CallStates callStates, const std::function<void(int)> &onReport);
+    /// Emits the signal of `type`, with its log line; false for NONE.
+    QVHID_NO_EXPORT bool emitGesture(ClickType type);
+    /// Logs, once per binding and kind of read, that a headset kept reporting past the cap.
+    QVHID_NO_EXPORT void warnOfCap(CappedRead read);
+    /// The gesture of an input report merged into `previous`; none from a repeated report.
+    QVHID_NO_EXPORT ClickType clickTypeOfInput(const std::vector<uint8_t> &data, int length, ClickType previous);
+    /// A report read only to be thrown away still updates the decoder's view of the device's
+    /// state, so that the next press is judged against what the device really reports.
+    QVHID_NO_EXPORT void trackDiscarded(const std::vector<uint8_t> &data, int length);
+    /// Counts down a call state whose slot now runs.
+    QVHID_NO_EXPORT void callStateTaken();
+
+    /// Everything else the reader keeps (hidreaderbase.cpp): behind a pointer, so that it may
+    /// grow without changing this class's size.
+    struct Private;
+    std::unique_ptr<Private> d;
 };
 
 } // namespace hid
