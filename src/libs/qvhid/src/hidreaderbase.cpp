@@ -221,6 +221,10 @@ bool HidReaderBase::readWhileReportsCome(std::vector<uint8_t> &buffer, int first
         const int quietLeft = timeout - static_cast<int>(quiet.elapsed());
         if (quietLeft <= 0)
             return false;
+        // A call state whose wake-up the tick's own wait took before this burst began has
+        // nothing left to cut the burst's wait short: it is looked for before each wait.
+        if (callStates == CallStates::Wake && d->pendingCallStates > 0)
+            return false;
         // A burst waits as the tick does, through InputWait, which a call state cuts short. A
         // command's last read-back and a drain look for one every few milliseconds instead:
         // tests and tools tell a reader that takes a press as a press by InputWait's waits, and
