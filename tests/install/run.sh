@@ -28,14 +28,31 @@ cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 
 fail() { echo "FAIL: $*"; exit 1; }
 
-for header in "qvhid$suffix/hiddevicemanager.h" "qvhid$suffix/hiddeviceinfo.h" "qvhid$suffix/qvhid_export.h" \
-              "qvhid$suffix/hiddecoderbase.h" "qvhid$suffix/platform/hiddecoder.h" "qvhid$suffix/platform/reportdescriptor.h" \
-              hidapi_parser/hidapi_parser.h hidapi_parser/hidapi_parser_export.h \
-              qvhid_virtual/virtualhid.h qvhid_virtual/virtualmodels.h qvhid_virtual/qvhid_virtual_export.h \
-              "qvcommon$suffix/logger.h" "qvcommon$suffix/singleton.h" "qvcommon$suffix/qvcommon_export.h"; do
-    [ -f "$prefix/include/$header" ] || fail "$header was not installed"
-done
-[ -e "$prefix/include/qvhid$suffix/hidlog.h" ] && fail "the internal logging header was installed"
+# The installed headers are exactly those docs/api.md lists: the API, and nothing of the
+# library's machinery.
+api_doc=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/docs/api.md
+sed -n 's/^| `\([a-z_]*\)\/\([a-z_/]*\.h\)` |.*/\1 \2/p' "$api_doc" |
+    while read -r dir header; do
+        case "$dir" in qvhid | qvcommon) dir=$dir$suffix ;; esac
+        echo "$dir/$header"
+    done | sort >"$work/documented-headers"
+[ -s "$work/documented-headers" ] || fail "$api_doc lists no header"
+(cd "$prefix/include" && find . -name '*.h' | sed 's|^\./||' | sort) >"$work/installed-headers"
+if ! cmp -s "$work/documented-headers" "$work/installed-headers"; then
+    fail "the installed headers are not those docs/api.md lists (< documented, > installed):
+$(diff "$work/documented-headers" "$work/installed-headers" | grep '^[<>]')"
+fi
+
+# For each installed header a source file that includes it alone, and one that includes them
+# all, built with the consumer below: each header stands on its own, and together they build in
+# an application.
+mkdir -p "$work/every-header"
+number=0
+while read -r header; do
+    number=$((number + 1))
+    echo "#include <${header#*/}>" >"$work/every-header/header$number.cpp"
+    echo "#include <${header#*/}>" >>"$work/every-header/all.cpp"
+done <"$work/installed-headers"
 
 libdir=$(dirname "$(find "$prefix" -name "libqvhid$suffix.so.1" | head -n 1)")
 for lib in "libqvhid$suffix.so" "libqvhid$suffix.so.1" "libqvcommon$suffix.so" "libqvcommon$suffix.so.1" \
@@ -72,8 +89,9 @@ mv "$work/moved" "$prefix"
 
 # Whatever flags the project was built with (sanitizers, say) are passed on to the consumer.
 cmake -S "$consumer" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" -DQVHID_PACKAGE="$package" \
-      -DCMAKE_CXX_FLAGS="${QVHID_CONSUMER_FLAGS:-}" >"$work/configure.log"
-cmake --build "$work/cmake-build" >"$work/build.log"
+      -DQVHID_EVERY_HEADER_DIR="$work/every-header" -DCMAKE_CXX_FLAGS="${QVHID_CONSUMER_FLAGS:-}" \
+      >"$work/configure.log"
+cmake --build "$work/cmake-build" -j"$(nproc)" >"$work/build.log"
 LD_LIBRARY_PATH="$libdir" "$work/cmake-build/qvhid-consumer"
 
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
