@@ -89,9 +89,9 @@ template<typename Visit> void forEachElement(const hid_collection *collection, V
 
 struct HidDecoderBase::Private
 {
-    std::set<unsigned char> reportIdsSeen;         ///< input report ids decoded since binding
-    const hid_collection *callControl = nullptr;   ///< the collection whose buttons count
-    std::unique_ptr<PhoneMuteSwitch> phoneMute;    ///< an absolute Phone Mute's presses
+    std::set<unsigned char> reportIdsSeen;       ///< input report ids decoded since binding
+    const hid_collection *callControl = nullptr; ///< the collection whose buttons count
+    std::unique_ptr<PhoneMuteSwitch> phoneMute;  ///< an absolute Phone Mute's presses
 };
 
 HidDecoderBase::HidDecoderBase(const HidDeviceInfo &info, hid_device *device)

@@ -76,6 +76,17 @@ bool isCallControl(const hid_device_info *record, const HidCode &code)
 
 struct HidDevice::Private
 {
+    explicit Private(HidDevice *binding)
+        : q(binding)
+    {
+    }
+
+    /// Chooses among the interfaces of the USB device of the sound card `name` stands for.
+    bool chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule);
+    /// Where `binding` reads sound cards, USB devices, nodes and udev data (SetSystemView).
+    static void setSystemView(HidDevice &binding, const SystemView &view);
+
+    HidDevice *const q;
     HidDeviceChoice choice;
     MicMuteKey micMuteKey;
     /// Why the fallback configuration bound none of the interfaces of the last choice, as the
@@ -101,7 +112,7 @@ ReaderThread::~ReaderThread()
 
 HidDevice::HidDevice(QObject *parent)
     : QObject(parent)
-    , d(std::make_unique<Private>())
+    , d(std::make_unique<Private>(this))
 {
     d->plugSettle = new QTimer(this);
     liveDevices().insert(this);
@@ -421,7 +432,7 @@ bool HidDevice::chooseAudioDevice(const QString &name)
     if (match.kind == SoundCardMatch::Bluetooth) {
         d->choice.rule = match.rule + QLatin1String(": a Bluetooth device has no USB HID interface");
     } else if (match.kind == SoundCardMatch::Card) {
-        found = chooseDeviceOfSoundCard(name, cards.at(match.card), match.rule);
+        found = d->chooseDeviceOfSoundCard(name, cards.at(match.card), match.rule);
     } else {
         HID_LOG(log::Trace) << "HID DEVICE Audio device " << name << " names none of the " << cards.size()
                             << " sound cards of this machine: choosing by product string";
@@ -439,35 +450,35 @@ bool HidDevice::chooseAudioDevice(const QString &name)
     return found;
 }
 
-bool HidDevice::chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule)
+bool HidDevice::Private::chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule)
 {
-    d->choice.soundCard = card.number;
+    choice.soundCard = card.number;
     const QString step = QStringLiteral("sound card %1 (%2) by %3").arg(card.number).arg(card.id, rule);
     HID_LOG(log::Trace) << "HID DEVICE Audio device " << name << " is sound card " << card.number << " (" << card.id
                         << ") by " << rule << ", USB device "
                         << (card.isUsb() ? card.usbDevice : QStringLiteral("none"));
     if (!card.isUsb()) {
-        d->choice.rule = step + QLatin1String(": the card is not a USB device");
+        choice.rule = step + QLatin1String(": the card is not a USB device");
         return false;
     }
 
     int interfaces = 0;
     hid_device_info *devices = hid_enumerate(0, 0);
-    const bool found = chooseAmong(devices, [&](const hid_device_info *record) {
+    const bool found = q->chooseAmong(devices, [&](const hid_device_info *record) {
         const bool sameDevice =
-            record->path && UsbDeviceOfHidPath(d->system, QString::fromUtf8(record->path)) == card.usbDevice;
+            record->path && UsbDeviceOfHidPath(system, QString::fromUtf8(record->path)) == card.usbDevice;
         interfaces += sameDevice ? 1 : 0;
         return sameDevice;
     });
     hid_free_enumeration(devices);
 
     if (found)
-        d->choice.rule = step + QLatin1String(", ") + d->choice.rule;
+        choice.rule = step + QLatin1String(", ") + choice.rule;
     else if (interfaces == 0)
-        d->choice.rule = step + QLatin1String(": its USB device has no HID interface");
+        choice.rule = step + QLatin1String(": its USB device has no HID interface");
     else
-        d->choice.rule = step + QLatin1String(": no HID interface of its USB device is listed in the dictionary")
-            + d->fallbackRefusal;
+        choice.rule =
+            step + QLatin1String(": no HID interface of its USB device is listed in the dictionary") + fallbackRefusal;
     return found;
 }
 
@@ -597,7 +608,7 @@ const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_d
                 << "HID DEVICE " << device << " has no row of its own and " << refusal
                 << ": the fallback configuration " << configuration << " does not bind it";
             d->fallbackRefusal = QStringLiteral("; the fallback configuration \"%1\" does not bind %2: %3")
-                                    .arg(configuration, path, refusal);
+                                     .arg(configuration, path, refusal);
             continue;
         }
         // Bound through that collection: its buttons are read and its lamps written.
@@ -637,14 +648,19 @@ DesktopMute HidDevice::getDesktopMute() const
     return d->micMuteKey.desktop;
 }
 
-void SetSystemView(HidDevice &binding, const SystemView &system)
+void HidDevice::Private::setSystemView(HidDevice &binding, const SystemView &view)
 {
-    binding.d->system = system;
+    binding.d->system = view;
     // A watch already running watched the old device directory.
     if (binding.d->watcher) {
         binding.stopWaiting();
         binding.waitForHeadset();
     }
+}
+
+void SetSystemView(HidDevice &binding, const SystemView &system)
+{
+    HidDevice::Private::setSystemView(binding, system);
 }
 
 ReaderThread *HidDevice::getReaderThread() const
@@ -653,3 +669,7 @@ ReaderThread *HidDevice::getReaderThread() const
 }
 
 } // namespace hid
+
+// The meta-object code of this file's classes, compiled with the rest of them: the ABI check
+// (libabigail) takes a class's functions from the unit that holds its meta-object code.
+#include "moc_hiddevice.cpp"

@@ -20,9 +20,6 @@ struct hid_device_info;
 
 namespace hid {
 
-struct SoundCard;
-struct SystemView;
-
 /// How the last choice of an interface went, for diagnostics: which rule led from the
 /// audio-device name to the interface, or why none was chosen, and what the chosen interface is.
 struct QVHID_EXPORT HidDeviceChoice
@@ -119,6 +116,9 @@ public:
     /// The thread of the running binding, or null.
     ReaderThread *getReaderThread() const;
 
+    /// The library's own state of a binding, defined in its source and used by it alone.
+    struct Private;
+
 signals:
     void click();
     void clickMute();
@@ -159,7 +159,6 @@ private:
     QVHID_NO_EXPORT void stopWaiting();
     QVHID_NO_EXPORT void onHidNodesChanged();
     QVHID_NO_EXPORT void bindPluggedHeadset();
-    QVHID_NO_EXPORT bool chooseDeviceOfSoundCard(const QString &name, const SoundCard &card, const QString &rule);
     /// The walk shared by both steps: of the records that `belongs` accepts and whose ids the
     /// dictionary lists explicitly, the first that is the configuration's call-control
     /// collection, else the first, else the fallback's choice; fills m_info and the choice.
@@ -170,8 +169,7 @@ private:
     /// with `code` set to bind through it; null when the dictionary names no fallback or no
     /// interface has such a collection (the fallback refusal then says why).
     QVHID_NO_EXPORT const hid_device_info *chooseByFallback(const std::vector<const hid_device_info *> &unlisted,
-                                                            HidCode &code, QString &configuration,
-                                                            QString &collection);
+                                                            HidCode &code, QString &configuration, QString &collection);
     QVHID_NO_EXPORT void waitForStoppingThreads();
     /// Run by the application object's destructor while it still exists: once it is gone, a
     /// reader thread can no longer deliver the events that delete its reader and close the
@@ -185,12 +183,9 @@ private:
     HidReaderBase *m_reader = nullptr;
     ReaderThread *m_thread = nullptr;
     QString m_name;
-    /// Everything else a binding keeps (hiddevice.cpp): behind a pointer, so that it may grow
-    /// without changing this class's size.
-    struct Private;
+    /// Everything else a binding keeps: behind a pointer, so that it may grow without changing
+    /// this class's size.
     std::unique_ptr<Private> d;
-    /// For the tests of this tree (bindingsystem.h, not installed).
-    friend QVHID_EXPORT void SetSystemView(HidDevice &binding, const SystemView &system);
 };
 
 } // namespace hid
