@@ -37,7 +37,8 @@ if [ -n "$build_dir" ] && [ "$qt_versions" = "5 6" ]; then
     exit 2
 fi
 
-packages=(cmake g++ make pkg-config binutils libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen udev)
+packages=(cmake g++ make pkg-config binutils libhidapi-dev libudev-dev libbenchmark-dev libfuse3-dev valgrind doxygen udev
+          abigail-tools)
 source "$root/scripts/qt-packages.sh"
 for qt in $qt_versions; do
     read -r -a more <<<"$(qt_packages "$qt")"

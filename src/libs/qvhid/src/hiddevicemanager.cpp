@@ -131,3 +131,7 @@ QString HidDeviceManager::GetTopDevice(int type) const
 
 } // namespace hid
 } // namespace qv
+
+// The meta-object code of this file's classes, compiled with the rest of them: the ABI check
+// (libabigail) takes a class's functions from the unit that holds its meta-object code.
+#include "moc_hiddevicemanager.cpp"

@@ -16,3 +16,7 @@ HidReaderBase *getReader(const HidDeviceInfo &info)
 }
 
 } // namespace hid
+
+// The meta-object code of this file's classes, compiled with the rest of them: the ABI check
+// (libabigail) takes a class's functions from the unit that holds its meta-object code.
+#include "moc_hidreader.cpp"
