@@ -280,6 +280,31 @@ private slots:
         QCOMPARE(wide.items.size(), size_t(44)); // 300 cut to 8 bits
     }
 
+    // The rules that differ from HID 1.11, as the README's table gives them.
+    void aOneByteLogicalMaximumOf255ReadsMinusOne()
+    {
+        HIDReportInfo info;
+        QCOMPARE(parseExactly(hex("1500 25ff 7508 9501 8102"), info), 0);
+        QCOMPARE(info.items[0]->logicalMinimum, 0);
+        QCOMPARE(info.items[0]->logicalMaximum, -1);
+    }
+
+    void aUsageRangeOutlivesItsMainItem()
+    {
+        HIDReportInfo info;
+        QCOMPARE(parseExactly(hex("7501 9502 1901 2902 8102 8102"), info), 0);
+        // HID 1.11 would leave the second item without usages.
+        QCOMPARE(usages(info), (QList<uint16_t>{1, 2, 1, 2}));
+    }
+
+    void unitsAndReportSizesAreCutToEightBits()
+    {
+        HIDReportInfo info;
+        QCOMPARE(parseExactly(hex("6712345678 761001 9501 8102"), info), 0);
+        QCOMPARE(info.items[0]->unit, 0x12);
+        QCOMPARE(info.items[0]->reportSize, 0x10); // 272 bits declared
+    }
+
     void thirtyTwoBitValuesAreReadWhole()
     {
         CapturingLogger logger;

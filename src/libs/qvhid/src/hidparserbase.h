@@ -165,6 +165,22 @@ struct HID_OffsetTable
     uint16_t featureOffset = 0;
 };
 
+/// The library's general report-descriptor parser, into the model above.
+///
+/// Where HID 1.11 and the clients it was written for differ, it keeps the clients' rules; a client that reads arbitrary devices should use the report-parser library
+/// (hidapi_parser.h, `hid_parse_descriptor()`), which follows HID 1.11 and rejects what it
+/// cannot represent. The rules, and what each means for a client:
+///
+/// | Rule | HID 1.11 | What a client gets |
+/// |---|---|---|
+/// | REPORT_COUNT and REPORT_SIZE are cut to 8 bits | up to 32 bits | a count of 256 or more makes count % 256 fields (300 makes 44); the fields after it sit at wrong offsets and the report sizes are too small |
+/// | LOGICAL_, PHYSICAL_MINIMUM and _MAXIMUM are signed, whatever the minimum | signed; most parsers read a maximum as unsigned when the minimum is not negative | a one-byte LOGICAL_MAXIMUM 0xFF (255) reads -1, so the field's range is empty and its values decode as unsigned |
+/// | POP restores nothing; a PUSH while a state is saved resets the state to it | POP restores the state of the matching PUSH | global items set between PUSH and POP stay in force after the POP |
+/// | local items (usage ranges, minima and maxima) are kept after a main item | local items end with each main item | a later main item without usages of its own takes the previous item's usage range |
+/// | an extended (32-bit) usage keeps its low 16 bits | the high 16 bits are its usage page | such a usage is filed under the usage page in force |
+/// | UNIT and UNIT_EXPONENT are cut to 8 bits | 32 bits | units beyond the low byte are lost |
+/// | long items are stepped over as 3-byte short items; a zero-size item takes the next byte as its value | long items are skipped by their length; a zero-size item's value is 0 | the bytes of a long item are parsed as items, and a zero-size INPUT takes the next item's prefix as its flags |
+/// | bit offsets are 16 bits; decodeReport() and makeOutputReport() take at most 255 bytes | reports of any length | fields of a report of 8 KiB or more wrap to wrong offsets, and bodies longer than 255 bytes cannot be decoded whole |
 class QVHID_EXPORT HIDParserBase
 {
 public:
@@ -185,11 +201,7 @@ public:
     /// details are not updated. A last item that is cut short by the end of the data is ignored
     /// and the parse completes with ParseOk; a zero-size item that ends the data reads its value
     /// as 0. Nothing outside data[0, length) is ever read.
-    ///
-    /// Where HID 1.11 and existing clients differ, the clients' behaviour is kept: PUSH saves a
-    /// snapshot (and, while one is saved, resets the state to the newest one) and POP only drops
-    /// the newest snapshot; a zero-size item takes the byte after it as its value; long items are
-    /// stepped over as 2-byte short items.
+    /// The rules it keeps where they differ from HID 1.11 are in the table above.
     static int parseReportData(unsigned char const *data, unsigned short length, HIDReportInfo &info);
 
     /// Decodes the fields of `items` with this report id and type, in list order, from the
