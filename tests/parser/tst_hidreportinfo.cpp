@@ -3,6 +3,8 @@
 
 #include <QtTest>
 
+#include <algorithm>
+
 using namespace hid;
 
 namespace {
@@ -283,6 +285,29 @@ private slots:
         QCOMPARE(c->items.front(), item);
         delete item;
         delete c;
+    }
+
+    void descendantsAreFoundInAListInAnyOrder()
+    {
+        // The parser lists a parent before its children; a client may list them otherwise.
+        for (const bool childrenFirst : {false, true}) {
+            HIDReportInfo info;
+            ModelBuilder build(info);
+            HIDCollection *top = build.collection(0x0B, 0x05);
+            HIDCollection *middle = build.collection(0x0B, 0x20, top);
+            HIDCollection *inner = build.collection(0x0B, 0x21, middle);
+            HIDCollection *other = build.collection(0x01, 0x01);
+            build.item(inner, Input, 0, 0x0B, 0x2F, 2);
+            build.item(middle, Input, 0, 0x0B, 0x20, 1);
+            build.item(other, Input, 0, 0x01, 0x30, 0);
+            if (childrenFirst)
+                std::reverse(info.collections.begin(), info.collections.end());
+            std::vector<HIDReportItem *> out;
+            info.findReportItems(top, 0, Input, out);
+            QCOMPARE(out.size(), size_t(2));
+            QCOMPARE(out[0]->usage, 0x20);
+            QCOMPARE(out[1]->usage, 0x2F);
+        }
     }
 
     void aLoopOfParentsDoesNotHang()

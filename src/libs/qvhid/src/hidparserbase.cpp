@@ -49,12 +49,12 @@ bool hasUsage(const HIDCollection *collection, unsigned short usagePage, unsigne
 }
 
 // The collections below `ancestor` (at any depth, itself excluded unless a client-made loop of
-// parents leads back to it), in the order of `collections`. Each parent chain is walked once
-// and its answer remembered, so that the queries stay linear in the number of collections
-// however deep the nesting; a walk stops after as many steps as there are collections, so that
-// a loop of parents cannot hang it.
-std::vector<const HIDCollection *> descendantsOf(const std::vector<HIDCollection *> &collections,
-                                                 const HIDCollection *ancestor)
+// parents leads back to it), in the order of `collections`, for any list: each parent chain is
+// walked once and its answer remembered, so that the queries stay linear in the number of
+// collections however deep the nesting; a walk stops after as many steps as there are
+// collections, so that a loop of parents cannot hang it.
+std::vector<const HIDCollection *> descendantsOfAnyList(const std::vector<HIDCollection *> &collections,
+                                                        const HIDCollection *ancestor)
 {
     std::unordered_map<const HIDCollection *, bool> below; // known answers
     below.reserve(collections.size());
@@ -82,6 +82,44 @@ std::vector<const HIDCollection *> descendantsOf(const std::vector<HIDCollection
             result.push_back(candidate);
     }
     return result;
+}
+
+// The same, in one pass without a map, for a list in which every collection comes after its
+// parent and after the collections listed between its parent and it that are not its
+// ancestors' (the tree in preorder, as parseReportData makes it): going down the list, the
+// collections still open are then exactly the parent chain of the next one. False, with
+// `result` undefined, for a list that is not so.
+bool descendantsOfTreeInOrder(const std::vector<HIDCollection *> &collections, const HIDCollection *ancestor,
+                              std::vector<const HIDCollection *> &result)
+{
+    std::vector<const HIDCollection *> open; // the parent chain, outermost first
+    size_t ancestorsOpen = 0;                // how often `ancestor` is in it
+    for (const HIDCollection *candidate : collections) {
+        while (!open.empty() && open.back() != candidate->parent) {
+            ancestorsOpen -= open.back() == ancestor ? 1 : 0;
+            open.pop_back();
+        }
+        if (open.empty() && candidate->parent)
+            return false; // its parent is not open: listed after it, or not listed
+        if (ancestorsOpen > 0)
+            result.push_back(candidate);
+        open.push_back(candidate);
+        ancestorsOpen += candidate == ancestor ? 1 : 0;
+    }
+    return true;
+}
+
+// The collections below `ancestor`: the queries walk a model's collections with it once per
+// call, so it must not cost more than a walk. A map with a node per collection made every
+// query spend most of its time allocating; it is needed only for lists that clients built
+// themselves in another order.
+std::vector<const HIDCollection *> descendantsOf(const std::vector<HIDCollection *> &collections,
+                                                 const HIDCollection *ancestor)
+{
+    std::vector<const HIDCollection *> result;
+    if (descendantsOfTreeInOrder(collections, ancestor, result))
+        return result;
+    return descendantsOfAnyList(collections, ancestor);
 }
 
 } // namespace
