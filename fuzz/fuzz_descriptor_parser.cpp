@@ -44,10 +44,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     hid::HIDReportInfo info;
     hid::HIDParserBase::parseReportData(descriptor.data(), static_cast<unsigned short>(descriptor.size()), info);
 
-    std::vector<hid::HIDCollection *> collections(
-        info.collections.begin(),
-        info.collections.begin() + std::min<std::size_t>(info.collections.size(), MaxCollections));
-    collections.push_back(info.findCollection(0x0B, 0x05)); // null when there is none
+    std::vector<hid::HIDCollection *> collections(info.collections.begin(),
+                                                  info.collections.begin()
+                                                      + std::min<std::size_t>(info.collections.size(), MaxCollections));
+    collections.push_back(info.findCollection(0x0B, 0x05));   // null when there is none
     std::map<unsigned char, std::vector<FieldsByType>> asked; // by report id, per collection
     for (std::size_t reports = 0; reports < MaxReports && !input.empty(); ++reports) {
         std::vector<uint8_t> report = input.report();
@@ -61,8 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         }
         for (FieldsByType &fields : known->second) {
             for (const hid::HIDReportItemTypes type : {hid::Input, hid::Output, hid::Feature})
-                hid::HIDParserBase::decodeReport(report.data(), static_cast<unsigned char>(report.size()),
-                                                 fields[type], reportId, type);
+                hid::HIDParserBase::decodeReport(report.data(), static_cast<unsigned char>(report.size()), fields[type],
+                                                 reportId, type);
             for (hid::HIDReportItem *item : fields[hid::Output])
                 item->value = -1;
             std::vector<unsigned char> out(report.size());
