@@ -341,6 +341,8 @@ void replugLatency(HidDeviceManager &manager, Reports &reports, VirtualDevice &h
         toTalk.push_back(milliseconds(reports.lastState - plugged));
     }
     manager.onCallEnd();
+    recordQuantiles(QStringLiteral("unplug"), toHide);
+    recordQuantiles(QStringLiteral("replug"), toTalk);
     row(QStringLiteral("Unplug: plug pulled to `deviceHide`"), int(toHide.size()), distribution(toHide));
     row(QStringLiteral("Replug: plugged in to the call's state (\"Talk\") again"), int(toTalk.size()),
         distribution(toTalk));

@@ -393,6 +393,8 @@ void HidReaderBase::resumeCallState()
         transition, &QAbstractTransition::triggered, this,
         [this, action = resumed.action] { runEntryAction(action, nullptr); }, Qt::DirectConnection);
     m_stateMachine->postEvent(new QEvent(ResumeEventType));
+    // The machine takes the event from the event loop, which the tick's wait would hold back.
+    d->input.wake();
 }
 
 // A state is announced as soon as its command's last report is written, not 10 ms later when
@@ -517,9 +519,11 @@ void HidReaderBase::start()
     m_readTimer->start();
     HID_LOG(log::Trace) << "HID READER read cycle started";
     // The machine enters Initial once control returns to the event loop; the resumed state
-    // follows it, posted after the machine's own start.
+    // follows it, posted after the machine's own start. The first tick makes way for both: a
+    // tick due at once may come before them, and its wait would hold them back.
     if (d->resumeState != CallState::Idle)
         QMetaObject::invokeMethod(this, &HidReaderBase::resumeCallState, Qt::QueuedConnection);
+    d->input.wake();
 }
 
 void HidReaderBase::callStateComing()
@@ -543,9 +547,8 @@ void HidReaderBase::onHIDEventTimeout()
     // A call state queued meanwhile cuts this wait short (wakeUp), and is handled as soon as
     // control is back in the event loop.
     int n = d->input.read(buffer.data(), buffer.size(), FirstReadTimeoutMs);
-    // A call state cut the wait short, or came while it ended: its slot runs once this tick has
-    // returned to the event loop.
-    d->pendingCallStates = 0;
+    // A call state that cut the wait short, or came while it ended, stays counted until its slot
+    // runs: a burst that a report begins ends for it at once.
     if (n < 0) {
         // A signal that interrupts the wait fails one read too; a headset that is gone (its
         // node removed, its plug pulled) fails the next one as well, at once.
