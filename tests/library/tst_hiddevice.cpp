@@ -22,6 +22,7 @@
 
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 using hid::HidDevice;
@@ -202,6 +203,7 @@ private slots:
 
     void withdrawnBindingSendsNothingMore();
     void unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn();
+    void pluggedInHeadsetTakesTheCallBeforeItWaitsForInput();
     void headsetPluggedInAfterItsNameWasReported();
     void headsetThatCannotBeOpenedIsTriedAgainOnlyOnAPlugEvent();
     void noWaitingWithoutAName();
@@ -798,6 +800,50 @@ void TestHidDevice::unpluggedHeadsetHidesOnceAndIsBoundAgainWhenPluggedIn()
     rig.headset.release("mute");
     QTRY_COMPARE(rig.events.since(8), QStringList{"mute"});
     QCOMPARE(rig.events.entries().count(QStringLiteral("hide")), 2);
+}
+
+void TestHidDevice::pluggedInHeadsetTakesTheCallBeforeItWaitsForInput()
+{
+    // A new reader starts its state machine and resumes the call from its event loop; a wait
+    // for input begun before them would hold them back for a whole read (250 ms). So every wait
+    // the new reader begins before the call's lamp report is written is one that was cut short.
+    PluggingRig rig;
+    QVERIFY(rig.device.reset(EndpointOfHeadset20));
+    QTRY_COMPARE(rig.events.entries(), (QStringList{"hide", "show:Office Headset 20", "state:Initial"}));
+    rig.headset.unplug();
+    QTRY_COMPARE(rig.events.since(3), QStringList{"hide"});
+    QTRY_COMPARE(rig.headset.openHandles(), 0);
+    rig.device.onCallIncome();
+    rig.device.onCallUnmuted();
+
+    struct Write
+    {
+        QString hex;
+        unsigned long waitsBegun = 0;
+        unsigned long waitsCutShort = 0;
+    };
+    std::mutex mutex;
+    std::vector<Write> writes;
+    const hid::virt::Counters before = rig.headset.counters();
+    const hid::virt::Bytes answer = rig.headset.description().answerToWrite;
+    VirtualDevice &headset = rig.headset;
+    headset.setResponder([&](const hid::virt::Bytes &written) {
+        const hid::virt::Counters now = headset.counters();
+        const QByteArray bytes(reinterpret_cast<const char *>(written.data()), int(written.size()));
+        std::lock_guard<std::mutex> lock(mutex);
+        writes.push_back({QString::fromLatin1(bytes.toHex()), now.inputWaits - before.inputWaits,
+                          now.interruptedWaits - before.interruptedWaits});
+        return answer.empty() ? std::vector<hid::virt::Bytes>{} : std::vector<hid::virt::Bytes>{answer};
+    });
+    headset.replug();
+    QTRY_COMPARE(rig.events.since(4), (QStringList{"show:Office Headset 20", "state:Initial", "state:Talk"}));
+    headset.setResponder({});
+    std::lock_guard<std::mutex> lock(mutex);
+    QCOMPARE(writes.size(), std::size_t(2));
+    QCOMPARE(writes[0].hex, QStringLiteral("0200"));
+    QCOMPARE(writes[0].waitsBegun, 0ul); // cmdInit is written as the reader starts
+    QCOMPARE(writes[1].hex, QStringLiteral("0221"));
+    QCOMPARE(writes[1].waitsCutShort, writes[1].waitsBegun);
 }
 
 void TestHidDevice::headsetPluggedInAfterItsNameWasReported()
