@@ -7,6 +7,26 @@ namespace hid::virt {
 
 namespace {
 
+// What a model shows on the bus and in the enumeration: its ids, strings and interface, and the
+// usage of its first top-level collection. Every model is ours, released as version 1.00 unless
+// it says otherwise.
+DeviceDescription identified(unsigned short vendorId, unsigned short productId, const wchar_t *product,
+                             const wchar_t *serialNumber, int interfaceNumber, unsigned short usagePage,
+                             unsigned short usage)
+{
+    DeviceDescription description;
+    description.vendorId = vendorId;
+    description.productId = productId;
+    description.releaseNumber = 0x0100;
+    description.product = product;
+    description.manufacturer = L"Virtual Audio";
+    description.serialNumber = serialNumber;
+    description.interfaceNumber = interfaceNumber;
+    description.usagePage = usagePage;
+    description.usage = usage;
+    return description;
+}
+
 // Telephony page (0x0B) Headset collection: Hook Switch and Line Busy Tone absolute, Phone
 // Mute and Flash relative one-shots, Drop, and a programmable-button array; LED page outputs
 // Off-Hook, Ring, Mute, Hold, Microphone and On-Line. With report ids, inputs are report 1 and
@@ -94,16 +114,9 @@ std::vector<Button> telephonyButtons(bool withReportIds)
 
 DeviceDescription telephonyHeadset(bool withReportIds)
 {
-    DeviceDescription description;
-    description.vendorId = 0x0B0E;
-    description.productId = withReportIds ? 0x030D : 0xA345;
-    description.releaseNumber = 0x0100;
-    description.product = withReportIds ? L"Office Headset 20" : L"Office Headset 30";
-    description.manufacturer = L"Virtual Audio";
-    description.serialNumber = withReportIds ? L"VH-0020" : L"VH-0030";
-    description.interfaceNumber = 3;
-    description.usagePage = 0x0B;
-    description.usage = 0x05;
+    DeviceDescription description =
+        identified(0x0B0E, withReportIds ? 0x030D : 0xA345, withReportIds ? L"Office Headset 20" : L"Office Headset 30",
+                   withReportIds ? L"VH-0020" : L"VH-0030", 3, 0x0B, 0x05);
     description.descriptor = telephonyDescriptor(withReportIds);
     description.buttons = telephonyButtons(withReportIds);
     return description;
@@ -116,16 +129,8 @@ DeviceDescription telephonyHeadset(bool withReportIds)
 //   output: [5] [bit 0 off-hook, 1 ring, 2 mute, 3 hold, 4 microphone, 5 on-line]
 DeviceDescription vendorPageHeadset()
 {
-    DeviceDescription description;
-    description.vendorId = 0x0B0E;
-    description.productId = 0xA346;
+    DeviceDescription description = identified(0x0B0E, 0xA346, L"Link Adapter 360", L"VL-0360", 3, 0xFF00, 0x05);
     description.releaseNumber = 0x0210;
-    description.product = L"Link Adapter 360";
-    description.manufacturer = L"Virtual Audio";
-    description.serialNumber = L"VL-0360";
-    description.interfaceNumber = 3;
-    description.usagePage = 0xFF00;
-    description.usage = 0x05;
     description.descriptor = {
         0x06, 0x00, 0xFF, // Usage Page (vendor 0xFF00)
         0x09, 0x05,       // Usage (0x05)
@@ -172,16 +177,7 @@ DeviceDescription vendorPageHeadset()
 //   input: [bit 0 Volume Increment, 1 Volume Decrement, 2 Mute]
 DeviceDescription consumerControlInterface()
 {
-    DeviceDescription description;
-    description.vendorId = 0x0B0E;
-    description.productId = 0x245E;
-    description.releaseNumber = 0x0100;
-    description.product = L"Office Headset 40";
-    description.manufacturer = L"Virtual Audio";
-    description.serialNumber = L"VH-0040";
-    description.interfaceNumber = 2;
-    description.usagePage = 0x0C;
-    description.usage = 0x01;
+    DeviceDescription description = identified(0x0B0E, 0x245E, L"Office Headset 40", L"VH-0040", 2, 0x0C, 0x01);
     description.descriptor = {
         0x05, 0x0C, // Usage Page (Consumer)
         0x09, 0x01, // Usage (Consumer Control)
@@ -402,16 +398,7 @@ DeviceDescription switchedMuteHeadset()
 //   output: [2] [bit 0 Off-Hook, 1 Ring, 2 Mute, 3 Hold]
 DeviceDescription deskPhone()
 {
-    DeviceDescription description;
-    description.vendorId = 0x1209;
-    description.productId = 0x0053;
-    description.releaseNumber = 0x0100;
-    description.product = L"Desk Phone 70";
-    description.manufacturer = L"Virtual Audio";
-    description.serialNumber = L"DP-0070";
-    description.interfaceNumber = 3;
-    description.usagePage = 0x0B;
-    description.usage = 0x01;
+    DeviceDescription description = identified(0x1209, 0x0053, L"Desk Phone 70", L"DP-0070", 3, 0x0B, 0x01);
     description.descriptor = {
         0x05, 0x0B, // Usage Page (Telephony)
         0x09, 0x01, // Usage (Phone)
@@ -474,16 +461,7 @@ DeviceDescription deskPhone()
 //   output: [four array slots: 0 none, 1 Off-Hook, 2 Ring, 3 Mute, 4 Hold]
 DeviceDescription phoneAdapter()
 {
-    DeviceDescription description;
-    description.vendorId = 0x1209;
-    description.productId = 0x0054;
-    description.releaseNumber = 0x0100;
-    description.product = L"Phone Adapter 80";
-    description.manufacturer = L"Virtual Audio";
-    description.serialNumber = L"PA-0080";
-    description.interfaceNumber = 3;
-    description.usagePage = 0x0B;
-    description.usage = 0x01;
+    DeviceDescription description = identified(0x1209, 0x0054, L"Phone Adapter 80", L"PA-0080", 3, 0x0B, 0x01);
     description.descriptor = {
         0x05, 0x0B, // Usage Page (Telephony)
         0x09, 0x01, // Usage (Phone)
@@ -521,16 +499,7 @@ DeviceDescription phoneAdapter()
 //   output: [bit 0 Off-Hook, 1 Ring, 2 Mute]
 DeviceDescription handset()
 {
-    DeviceDescription description;
-    description.vendorId = 0x1209;
-    description.productId = 0x0055;
-    description.releaseNumber = 0x0100;
-    description.product = L"USB Handset 90";
-    description.manufacturer = L"Virtual Audio";
-    description.serialNumber = L"HS-0090";
-    description.interfaceNumber = 3;
-    description.usagePage = 0x0B;
-    description.usage = 0x04;
+    DeviceDescription description = identified(0x1209, 0x0055, L"USB Handset 90", L"HS-0090", 3, 0x0B, 0x04);
     description.descriptor = {
         0x05, 0x0B, // Usage Page (Telephony)
         0x09, 0x04, // Usage (Handset)
@@ -574,16 +543,7 @@ DeviceDescription handset()
 //           5 Redial]
 DeviceDescription consumerTelephonyHeadset()
 {
-    DeviceDescription description;
-    description.vendorId = 0x1209;
-    description.productId = 0x0056;
-    description.releaseNumber = 0x0100;
-    description.product = L"USB Headset 10";
-    description.manufacturer = L"Virtual Audio";
-    description.serialNumber = L"UH-0010";
-    description.interfaceNumber = 3;
-    description.usagePage = 0x0C;
-    description.usage = 0x01;
+    DeviceDescription description = identified(0x1209, 0x0056, L"USB Headset 10", L"UH-0010", 3, 0x0C, 0x01);
     description.descriptor = {
         0x05, 0x0C,                   // Usage Page (Consumer)
         0x09, 0x01,                   // Usage (Consumer Control)
