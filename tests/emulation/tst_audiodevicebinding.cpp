@@ -4,6 +4,7 @@
 // sound cards in /sys/class/sound and udev's database in /run/udev/data, and the application
 // names its audio device as ALSA, PulseAudio, PipeWire or a browser name it.
 
+#include "applicationmanager.h"
 #include "bindingevents.h"
 #include "desk.h"
 #include "emulatedsystem.h"
@@ -33,11 +34,6 @@ std::string &unavailable()
 // A running binding holds two files of its hidraw node: hidapi's, and the reader's own, on
 // which it waits for input.
 constexpr int FilesPerBinding = 2;
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
-}
 
 const QString SinkA = QStringLiteral("alsa_output.usb-Virtual_Audio_Office_Headset_20_A1B2C3-00.analog-stereo");
 const QString SourceB = QStringLiteral("alsa_input.usb-Virtual_Audio_Office_Headset_20_D4E5F6-00.mono-fallback");
@@ -251,7 +247,7 @@ void TestAudioDeviceBinding::unlistedHeadsetIsBoundThroughTheFallback()
     manager().onActiveAudioDeviceChanged(sink);
     QCOMPARE(events.entries(), QStringList{"hide"});
 
-    manager().InitHidDevices(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
+    manager().InitHidDevices(StandardFallback);
     const unsigned long opensBefore = m_system.server().opens(numberOf("unlisted"));
     m_system.server().clearWritten(numberOf("unlisted"));
     manager().onActiveAudioDeviceChanged(sink);

@@ -5,6 +5,7 @@
 // sound servers' and ALSA's names, a ringing call's lamps, unplug and replug, the desktop's
 // microphone mute key, and a node that the host's udev rules did not give the user.
 
+#include "applicationmanager.h"
 #include "capturinglogger.h"
 #include "desk.h"
 #include "emulatedsystem.h"
@@ -31,11 +32,6 @@ std::string &unavailable()
 {
     static std::string why;
     return why;
-}
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
 }
 
 // The desk: a built-in sound card, then the standard headset (card 1, /dev/hidraw0) and one

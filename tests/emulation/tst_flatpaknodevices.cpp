@@ -3,6 +3,7 @@
 // it), but the sandbox's /dev has no node for it. The binding and the probe name that cause and
 // the permission, not a bare open failure.
 
+#include "applicationmanager.h"
 #include "capturinglogger.h"
 #include "desk.h"
 #include "emulatedsystem.h"
@@ -24,11 +25,6 @@ std::string &unavailable()
 {
     static std::string why;
     return why;
-}
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
 }
 
 const QString HeadsetSink = QStringLiteral("alsa_output.usb-Virtual_Audio_Office_Headset_20_A1B2C3-00.analog-stereo");

@@ -4,6 +4,7 @@
 // hidraw nodes and have no input devices (the library cannot tell), and against emulated
 // hidraw devices with the input devices the kernel makes of them (see testheadset.h).
 
+#include "applicationmanager.h"
 #include "capturinglogger.h"
 #include "testheadset.h"
 #include "timingscale.h"
@@ -21,11 +22,6 @@ using qv::hid::HidDeviceManager;
 Q_DECLARE_METATYPE(DesktopMute)
 
 namespace {
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
-}
 
 const QString WarningStart = QStringLiteral("HID DEVICE Office Headset 60 (");
 

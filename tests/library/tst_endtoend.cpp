@@ -4,6 +4,7 @@
 // dictionary models. Built twice: against virtual headsets, and against emulated hidraw devices
 // below the system's hidapi (see testheadset.h).
 
+#include "applicationmanager.h"
 #include "bindingevents.h"
 #include "reportstream.h"
 #include "capturinglogger.h"
@@ -19,11 +20,6 @@
 using qv::hid::HidDeviceManager;
 
 namespace {
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
-}
 
 // A whole call as the application reports it: incoming, answered, muted, unmuted, held, held
 // muted, ended.
@@ -416,7 +412,7 @@ void TestEndToEnd::unlistedHeadsetIsBoundThroughTheFallback()
     unlisted.productId = 0x9999;
     TestHeadset headset = TestHeadset::add(unlisted);
     m_devices.append({QStringLiteral("unlisted"), headset});
-    manager().InitHidDevices(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
+    manager().InitHidDevices(StandardFallback);
     BindingEvents events;
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (2- Office Headset 20)"));
@@ -583,7 +579,7 @@ void TestEndToEnd::firstHookLiftAfterPlugInAnswersWhateverTheArraysRestAt()
     addEveryModel();
     const TestHeadset resting = TestHeadset::add(modelDescription("resting-array-headset"));
     m_devices.append({QStringLiteral("resting-array-headset"), resting});
-    manager().InitHidDevices(QStringLiteral(R"({"fallbackConfiguration": "Standart"})"));
+    manager().InitHidDevices(StandardFallback);
     BindingEvents events;
     events.watch(&manager());
     manager().onActiveAudioDeviceChanged(QStringLiteral("Headset Microphone (Wireless Headset 51)"));

@@ -3,6 +3,7 @@
 // uses it: the library stays alive, answers as usual once the fault ends, and every call state
 // reported while the headset is present reaches it in order (its write log shows it).
 
+#include "applicationmanager.h"
 #include "bindingevents.h"
 #include "capturinglogger.h"
 #include "virtualheadsets.h"
@@ -22,11 +23,6 @@ using qv::hid::HidDeviceManager;
 namespace {
 
 const QString AudioDevice = QStringLiteral("Headset Microphone (2- Office Headset 20)");
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
-}
 
 // Binds the headset and waits for this binding's reader to enter its first state: the binding
 // is shown at once, and its Initial is the first state after that.

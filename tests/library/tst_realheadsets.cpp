@@ -4,6 +4,7 @@
 // docs/real-headsets.md states the same table for people. Built twice: against virtual
 // headsets, and against emulated hidraw devices below the system's hidapi (see testheadset.h).
 
+#include "applicationmanager.h"
 #include "bindingevents.h"
 #include "capturinglogger.h"
 #include "realheadsets.h"
@@ -18,13 +19,6 @@
 using qv::hid::HidDeviceManager;
 
 namespace {
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
-}
-
-const QString StandardFallback = QStringLiteral(R"({"fallbackConfiguration": "Standart"})");
 
 // What a real headset does with the standard configuration: whether it is bound, which of its
 // buttons give their gesture, which lamps follow the call.
@@ -114,11 +108,7 @@ void TestRealHeadsets::initTestCase()
 
 void TestRealHeadsets::cleanup()
 {
-    manager().onActiveAudioDeviceChanged(QString());
-    manager().onCallEnd();
-    QTRY_COMPARE(m_headset.openHandles(), 0);
-    TestHeadset::removeAll();
-    hid::HidDeviceDict::init();
+    releaseManager(m_headset);
     m_events.clear();
 }
 

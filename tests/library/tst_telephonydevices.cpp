@@ -5,6 +5,7 @@
 // burst's report decides it; call states taken while a burst or a stream is being read. Built
 // twice: against virtual headsets, and against emulated hidraw devices (see testheadset.h).
 
+#include "applicationmanager.h"
 #include "bindingevents.h"
 #include "capturinglogger.h"
 #include "reportstream.h"
@@ -24,13 +25,6 @@
 using qv::hid::HidDeviceManager;
 
 namespace {
-
-HidDeviceManager &manager()
-{
-    return HidDeviceManager::Instance();
-}
-
-const QString StandardFallback = QStringLiteral(R"({"fallbackConfiguration": "Standart"})");
 
 // A whole call as the application reports it.
 const QList<void (HidDeviceManager::*)()> WholeCall = {
@@ -93,11 +87,7 @@ void TestTelephonyDevices::initTestCase()
 
 void TestTelephonyDevices::cleanup()
 {
-    manager().onActiveAudioDeviceChanged(QString());
-    manager().onCallEnd();
-    QTRY_COMPARE(m_headset.openHandles(), 0);
-    TestHeadset::removeAll();
-    hid::HidDeviceDict::init();
+    releaseManager(m_headset);
     m_events.clear();
 }
 
