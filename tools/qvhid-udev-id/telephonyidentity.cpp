@@ -20,20 +20,6 @@ constexpr unsigned short HeadsetUsage = 0x05;
 constexpr unsigned short PhoneMuteUsage = 0x2F;
 constexpr unsigned int ApplicationCollection = 1;
 
-bool declaresPhoneMuteInput(const hid_collection &collection)
-{
-    for (const hid_element *element = collection.first_element; element; element = element->next) {
-        if (element->direction == HID_ELEMENT_INPUT && element->usage_page == TelephonyPage
-            && element->usage == PhoneMuteUsage)
-            return true;
-    }
-    for (const hid_collection *child = collection.first_child; child; child = child->next_sibling) {
-        if (declaresPhoneMuteInput(*child))
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
 Identity identify(const unsigned char *descriptor, std::size_t length, const std::optional<DeviceIds> &ids)
@@ -76,9 +62,9 @@ bool hasTelephonyPhoneMute(const hid_descriptor *descriptor, bool orInOtherColle
             continue;
         if (application->usage_page == TelephonyPage) {
             telephonyCollection = true;
-            if (declaresPhoneMuteInput(*application))
+            if (hid::DeclaresTelephonyInput(*application, {PhoneMuteUsage}))
                 return true;
-        } else if (declaresPhoneMuteInput(*application)) {
+        } else if (hid::DeclaresTelephonyInput(*application, {PhoneMuteUsage})) {
             muteElsewhere = true;
         }
     }

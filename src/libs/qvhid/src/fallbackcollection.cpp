@@ -2,11 +2,13 @@
 #include "fallbackcollection.h"
 
 #include "hiddecoderbase.h"
+#include "hidlog.h"
 
 #include <hidapi_parser.h>
 
 #include <QStringList>
 
+#include <algorithm>
 #include <vector>
 
 namespace hid {
@@ -25,31 +27,11 @@ const std::vector<unsigned short> &telephonyDevices()
     return usages;
 }
 
-// "0x000B"
-QString hexWord(unsigned short value)
-{
-    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, 4, 16, QLatin1Char('0')).toUpper();
-}
-
-bool holdsTelephonyButton(const hid_collection &collection)
-{
-    for (const hid_element *element = collection.first_element; element; element = element->next) {
-        if (element->direction == HID_ELEMENT_INPUT && element->usage_page == TelephonyPage
-            && (element->usage == HookSwitch || element->usage == PhoneMute))
-            return true;
-    }
-    for (const hid_collection *child = collection.first_child; child; child = child->next_sibling) {
-        if (holdsTelephonyButton(*child))
-            return true;
-    }
-    return false;
-}
-
 } // namespace
 
 QString FallbackCollection::describe() const
 {
-    const QString collection = hexWord(usagePage) + QLatin1Char('/') + hexWord(usage);
+    const QString collection = log::hexWord(usagePage) + QLatin1Char('/') + log::hexWord(usage);
     return telephonyButtonsOnly ? QStringLiteral("the telephony buttons in collection %1").arg(collection) : collection;
 }
 
@@ -71,7 +53,8 @@ FallbackCollection FindFallbackCollection(const hid_descriptor *descriptor, unsi
     if (usagePage != TelephonyPage)
         return found;
     for (const hid_collection *c = descriptor->device_collection->first_child; c; c = c->next_sibling) {
-        if (c->type == ApplicationCollection && c->usage_page != TelephonyPage && holdsTelephonyButton(*c)) {
+        if (c->type == ApplicationCollection && c->usage_page != TelephonyPage
+            && DeclaresTelephonyInput(*c, {HookSwitch, PhoneMute})) {
             found.usagePage = c->usage_page;
             found.usage = c->usage;
             found.telephonyButtonsOnly = true;
@@ -81,13 +64,27 @@ FallbackCollection FindFallbackCollection(const hid_descriptor *descriptor, unsi
     return found;
 }
 
+bool DeclaresTelephonyInput(const hid_collection &collection, std::initializer_list<unsigned short> usages)
+{
+    for (const hid_element *element = collection.first_element; element; element = element->next) {
+        if (element->direction == HID_ELEMENT_INPUT && element->usage_page == TelephonyPage
+            && std::find(usages.begin(), usages.end(), element->usage) != usages.end())
+            return true;
+    }
+    for (const hid_collection *child = collection.first_child; child; child = child->next_sibling) {
+        if (DeclaresTelephonyInput(*child, usages))
+            return true;
+    }
+    return false;
+}
+
 QString DescribeFallbackSearch(unsigned short usagePage, unsigned short usage)
 {
     if (usagePage != TelephonyPage)
-        return hexWord(usagePage) + QLatin1Char('/') + hexWord(usage);
+        return log::hexWord(usagePage) + QLatin1Char('/') + log::hexWord(usage);
     QStringList collections;
     for (const unsigned short device : telephonyDevices())
-        collections << hexWord(TelephonyPage) + QLatin1Char('/') + hexWord(device);
+        collections << log::hexWord(TelephonyPage) + QLatin1Char('/') + log::hexWord(device);
     const QString last = collections.takeLast();
     return collections.join(QStringLiteral(", ")) + QStringLiteral(" or ") + last
         + QStringLiteral(", nor a Hook Switch or Phone Mute in another");

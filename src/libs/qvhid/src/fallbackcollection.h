@@ -6,8 +6,12 @@
 
 #include <QString>
 
-/// The report-parser library's parsed descriptor, as its header declares it.
+#include <initializer_list>
+
+/// The report-parser library's parsed descriptor and its collections, as its header declares
+/// them.
 struct hid_descriptor;
+struct hid_collection;
 
 namespace hid {
 
@@ -41,6 +45,11 @@ QVHID_EXPORT FallbackCollection FindFallbackCollection(const hid_descriptor *des
 /// "0x000B/0x0005, 0x000B/0x0004 or 0x000B/0x0001, nor a Hook Switch or Phone Mute in another"
 /// for the Telephony page.
 QVHID_EXPORT QString DescribeFallbackSearch(unsigned short usagePage, unsigned short usage);
+
+/// Whether `collection`, or a collection inside it, has an input of the Telephony page (0x0B)
+/// with one of `usages` (Hook Switch 0x20, Phone Mute 0x2F, ...).
+QVHID_EXPORT bool DeclaresTelephonyInput(const hid_collection &collection,
+                                         std::initializer_list<unsigned short> usages);
 
 } // namespace hid
 

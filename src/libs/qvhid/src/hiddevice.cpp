@@ -60,12 +60,6 @@ QString productString(const hid_device_info *record)
     return record->product_string ? QString::fromWCharArray(record->product_string) : QString();
 }
 
-// "0x000B"
-QString hexWord(unsigned short value)
-{
-    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, 4, 16, QLatin1Char('0')).toUpper();
-}
-
 // Whether the interface is listed under the configuration's call-control collection.
 bool isCallControl(const hid_device_info *record, const HidCode &code)
 {
@@ -595,7 +589,7 @@ const hid_device_info *HidDevice::chooseByFallback(const std::vector<const hid_d
             continue;
         examined << path;
         const QString device =
-            QStringLiteral("%1 (%2:%3)").arg(path, hexWord(record->vendor_id), hexWord(record->product_id));
+            QStringLiteral("%1 (%2:%3)").arg(path, log::hexWord(record->vendor_id), log::hexWord(record->product_id));
         const ReportDescriptor descriptor = ReadReportDescriptor(d->system, path);
         const FallbackCollection found = FindFallbackCollection(descriptor.get(), code.devUsagePage, code.devUsageID);
         QString refusal;

@@ -26,6 +26,12 @@ inline QString sourcePath(const char *file)
     return QString::fromLatin1(file, dot ? int(dot - file) : -1);
 }
 
+// An id or usage as the log lines write it: 0x0B -> "0x000B".
+inline QString hexWord(unsigned short value)
+{
+    return QStringLiteral("0x") + QStringLiteral("%1").arg(value, 4, 16, QLatin1Char('0')).toUpper();
+}
+
 } // namespace log
 } // namespace hid
 
