@@ -40,6 +40,21 @@ ProbeRun runHelper(const QStringList &arguments)
 
 const QString Tagged = QStringLiteral("ID_QVHID_TELEPHONY=1\n");
 
+// A sysfs tree and a udev database of the test's own, in a temporary directory, with the
+// directories every sysfs has.
+struct TemporarySysfs
+{
+    TemporarySysfs()
+    {
+        if (directory.isValid())
+            tree.createSkeleton();
+    }
+
+    QTemporaryDir directory;
+    const QString sysfs = directory.filePath(QStringLiteral("sys"));
+    emulation::SysfsTree tree{sysfs.toStdString(), directory.filePath(QStringLiteral("udev")).toStdString()};
+};
+
 } // namespace
 
 class TestUdevId : public QObject
@@ -268,11 +283,10 @@ void TestUdevId::phoneMuteIsTelephonyPhoneMuteInput()
 
 void TestUdevId::programPrintsThePropertyOnlyForAHeadset()
 {
-    QTemporaryDir directory;
-    QVERIFY(directory.isValid());
-    const QString sysfs = directory.filePath(QStringLiteral("sys"));
-    emulation::SysfsTree tree(sysfs.toStdString(), directory.filePath(QStringLiteral("udev")).toStdString());
-    tree.createSkeleton();
+    TemporarySysfs system;
+    QVERIFY(system.directory.isValid());
+    emulation::SysfsTree &tree = system.tree;
+    const QString &sysfs = system.sysfs;
 
     hid::virt::DeviceDescription unlisted = realHeadset(QStringLiteral("powerconf")).description;
     tree.addUsbDevice("1-1", unlisted);
@@ -303,11 +317,10 @@ void TestUdevId::programPrintsThePropertyOnlyForAHeadset()
 
 void TestUdevId::programNamesThePhoneMuteKeyAndTheTelephonyLeds()
 {
-    QTemporaryDir directory;
-    QVERIFY(directory.isValid());
-    const QString sysfs = directory.filePath(QStringLiteral("sys"));
-    emulation::SysfsTree tree(sysfs.toStdString(), directory.filePath(QStringLiteral("udev")).toStdString());
-    tree.createSkeleton();
+    TemporarySysfs system;
+    QVERIFY(system.directory.isValid());
+    emulation::SysfsTree &tree = system.tree;
+    const QString &sysfs = system.sysfs;
     // hidraw0: a headset with its volume keys: two input devices, the telephony one with the
     // microphone mute key and the Mute LED. hidraw1: a keyboard with its own microphone mute
     // key and its lock LEDs. hidraw2: a headset of telephony alone: no input device at all.
@@ -352,11 +365,10 @@ void TestUdevId::programNamesThePhoneMuteKeyAndTheTelephonyLeds()
 
 void TestUdevId::telephonyButtonsCountOnADeviceWithASoundCardAlone()
 {
-    QTemporaryDir directory;
-    QVERIFY(directory.isValid());
-    const QString sysfs = directory.filePath(QStringLiteral("sys"));
-    emulation::SysfsTree tree(sysfs.toStdString(), directory.filePath(QStringLiteral("udev")).toStdString());
-    tree.createSkeleton();
+    TemporarySysfs system;
+    QVERIFY(system.directory.isValid());
+    emulation::SysfsTree &tree = system.tree;
+    const QString &sysfs = system.sysfs;
     // hidraw0: a headset on a USB audio chip, its sound card on the same USB device; hidraw1:
     // the same interface on a USB device without one; hidraw2: a keyboard with its own
     // microphone mute key, Phone Mute in its Consumer Control collection as the headset's.
@@ -387,11 +399,10 @@ void TestUdevId::telephonyButtonsCountOnADeviceWithASoundCardAlone()
 
 void TestUdevId::programExitsZeroOnEveryFailure()
 {
-    QTemporaryDir directory;
-    QVERIFY(directory.isValid());
-    const QString sysfs = directory.filePath(QStringLiteral("sys"));
-    emulation::SysfsTree tree(sysfs.toStdString(), directory.filePath(QStringLiteral("udev")).toStdString());
-    tree.createSkeleton();
+    TemporarySysfs system;
+    QVERIFY(system.directory.isValid());
+    emulation::SysfsTree &tree = system.tree;
+    const QString &sysfs = system.sysfs;
     hid::virt::DeviceDescription headset = modelDescription("telephony-headset");
     tree.addUsbDevice("1-1", headset);
     tree.addHidInterface("1-1", 0, headset);
@@ -420,7 +431,7 @@ void TestUdevId::programExitsZeroOnEveryFailure()
         root + QStringList{QStringLiteral("input0::../../hidraw0")},
         root,
         {},
-        {QStringLiteral("--sysfs"), directory.filePath(QStringLiteral("nowhere")), QStringLiteral("hidraw0")},
+        {QStringLiteral("--sysfs"), system.directory.filePath(QStringLiteral("nowhere")), QStringLiteral("hidraw0")},
     };
     for (const QStringList &arguments : cases) {
         const ProbeRun run = runHelper(arguments);
