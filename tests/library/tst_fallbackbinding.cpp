@@ -6,8 +6,12 @@
 #include "capturinglogger.h"
 #include "virtualheadsets.h"
 
+#include <fallbackcollection.h>
 #include <hiddevice.h>
 #include <hiddeviceinfo.h>
+#include <platform/reportdescriptor.h>
+
+#include <hidapi_parser.h>
 
 #include <QtTest>
 
@@ -47,6 +51,54 @@ QStringList fallbackLines(const CapturingLogger &logger)
     return lines;
 }
 
+// A top-level application collection `page`/`usage` with report id `id` and one input bit,
+// `inputPage`/`inputUsage`, padded to a byte.
+hid::virt::Bytes application(unsigned char page, unsigned char usage, unsigned char id, unsigned char inputPage,
+                             unsigned char inputUsage)
+{
+    return {
+        0x05, page,       // Usage Page
+        0x09, usage,      // Usage
+        0xA1, 0x01,       // Collection (Application)
+        0x85, id,         //   Report ID
+        0x05, inputPage,  //   Usage Page
+        0x09, inputUsage, //   Usage
+        0x15, 0x00,       //   Logical Minimum (0)
+        0x25, 0x01,       //   Logical Maximum (1)
+        0x75, 0x01,       //   Report Size (1)
+        0x95, 0x01,       //   Report Count (1)
+        0x81, 0x02,       //   Input (Data, Variable, Absolute)
+        0x95, 0x07,       //   Report Count (7)
+        0x81, 0x03,       //   Input (Constant): padding
+        0xC0,             // End Collection
+    };
+}
+
+// The collections, one after the other in one descriptor.
+hid::virt::Bytes descriptorOf(const std::vector<hid::virt::Bytes> &collections)
+{
+    hid::virt::Bytes descriptor;
+    for (const hid::virt::Bytes &collection : collections)
+        descriptor.insert(descriptor.end(), collection.begin(), collection.end());
+    return descriptor;
+}
+
+// "0x000B/0x0005", or "buttons 0x000C/0x0001" for a collection taken for its telephony buttons,
+// or "none".
+QString fallbackOf(const hid::virt::Bytes &descriptor, unsigned short usagePage = 0x0B, unsigned short usage = 0x05)
+{
+    const hid::ReportDescriptor parsed(hid_parse_descriptor(descriptor.data(), descriptor.size()));
+    if (!parsed)
+        return QStringLiteral("unparsed");
+    const hid::FallbackCollection found = hid::FindFallbackCollection(parsed.get(), usagePage, usage);
+    if (!found.isValid())
+        return QStringLiteral("none");
+    const QString collection = QStringLiteral("0x%1/0x%2")
+                                   .arg(found.usagePage, 4, 16, QLatin1Char('0'))
+                                   .arg(found.usage, 4, 16, QLatin1Char('0'));
+    return found.telephonyButtonsOnly ? QStringLiteral("buttons ") + collection : collection;
+}
+
 } // namespace
 
 class TestFallbackBinding : public QObject
@@ -67,6 +119,10 @@ private slots:
     void anExplicitRowWinsOverTheFallback();
     void aVendorWideRowBindsNothingByItself();
     void theFallbackBindsOnlyWhatTheNameSelects();
+    void telephonyCollectionsAreTakenHeadsetHandsetPhone_data();
+    void telephonyCollectionsAreTakenHeadsetHandsetPhone();
+    void eachKindOfCollectionIsNamedWhenBound_data();
+    void eachKindOfCollectionIsNamedWhenBound();
 };
 
 void TestFallbackBinding::withoutTheKeyAnUnlistedHeadsetIsNotBound()
@@ -244,6 +300,83 @@ void TestFallbackBinding::theFallbackBindsOnlyWhatTheNameSelects()
     QVERIFY(!device.chooseAudioDevice(QStringLiteral("Office Headset 30")));
     QVERIFY(!device.chooseAudioDevice(QStringLiteral("Built-in Audio Analog Stereo")));
     QCOMPARE(fallbackLines(logger), QStringList());
+}
+
+void TestFallbackBinding::telephonyCollectionsAreTakenHeadsetHandsetPhone_data()
+{
+    // Telephony (0x0B): Phone 0x01, Handset 0x04, Headset 0x05, Hook Switch 0x20, Phone Mute
+    // 0x2F; Consumer (0x0C): Consumer Control 0x01, Volume Increment 0xE9.
+    const hid::virt::Bytes phone = application(0x0B, 0x01, 1, 0x0B, 0x20);
+    const hid::virt::Bytes handset = application(0x0B, 0x04, 2, 0x0B, 0x20);
+    const hid::virt::Bytes headset = application(0x0B, 0x05, 3, 0x0B, 0x20);
+    const hid::virt::Bytes consumerWithMute = application(0x0C, 0x01, 4, 0x0B, 0x2F);
+    const hid::virt::Bytes consumerWithHook = application(0x0C, 0x01, 4, 0x0B, 0x20);
+    const hid::virt::Bytes volumeKeys = application(0x0C, 0x01, 4, 0x0C, 0xE9);
+    QTest::addColumn<hid::virt::Bytes>("descriptor");
+    QTest::addColumn<QString>("bound");
+    QTest::newRow("phone, handset, headset") << descriptorOf({phone, handset, headset}) << "0x000b/0x0005";
+    QTest::newRow("headset, handset, phone") << descriptorOf({headset, handset, phone}) << "0x000b/0x0005";
+    QTest::newRow("phone, handset") << descriptorOf({phone, handset}) << "0x000b/0x0004";
+    QTest::newRow("handset, phone") << descriptorOf({handset, phone}) << "0x000b/0x0004";
+    QTest::newRow("phone alone") << descriptorOf({phone}) << "0x000b/0x0001";
+    QTest::newRow("Phone Mute in Consumer Control, then a phone")
+        << descriptorOf({consumerWithMute, phone}) << "0x000b/0x0001";
+    QTest::newRow("Phone Mute in Consumer Control") << descriptorOf({consumerWithMute}) << "buttons 0x000c/0x0001";
+    QTest::newRow("Hook Switch in Consumer Control") << descriptorOf({consumerWithHook}) << "buttons 0x000c/0x0001";
+    QTest::newRow("volume keys only") << descriptorOf({volumeKeys}) << "none";
+}
+
+void TestFallbackBinding::telephonyCollectionsAreTakenHeadsetHandsetPhone()
+{
+    QFETCH(hid::virt::Bytes, descriptor);
+    QFETCH(QString, bound);
+    QCOMPARE(fallbackOf(descriptor), bound);
+    // Whatever usage a configuration of the Telephony page names, the order is the same.
+    QCOMPARE(fallbackOf(descriptor, 0x0B, 0x01), bound);
+    // A configuration of another page takes its own collection alone.
+    QCOMPARE(fallbackOf(descriptor, 0xFF00, 0x05), QStringLiteral("none"));
+}
+
+void TestFallbackBinding::eachKindOfCollectionIsNamedWhenBound_data()
+{
+    QTest::addColumn<QString>("model");
+    QTest::addColumn<QString>("collection"); // as the log line names it
+    QTest::addColumn<QString>("rule");       // as the choice's rule names it
+    QTest::newRow("desk phone") << "desk-phone"
+                                << "the collection 0x000B/0x0001"
+                                << "the call-control collection 0x000B/0x0001";
+    QTest::newRow("handset") << "handset"
+                             << "the collection 0x000B/0x0004"
+                             << "the call-control collection 0x000B/0x0004";
+    QTest::newRow("telephony buttons in Consumer Control") << "consumer-telephony-headset"
+                                                           << "the telephony buttons in collection 0x000C/0x0001"
+                                                           << "the telephony buttons in collection 0x000C/0x0001";
+}
+
+void TestFallbackBinding::eachKindOfCollectionIsNamedWhenBound()
+{
+    QFETCH(QString, model);
+    QFETCH(QString, collection);
+    QFETCH(QString, rule);
+    const hid::virt::DeviceDescription description = unlisted(model.toLatin1().constData());
+    const QString product = QString::fromStdWString(description.product);
+    VirtualDevice device = VirtualDevice::add(description);
+    hid::HidDeviceDict::init(OptIn);
+    CapturingLogger logger;
+    HidDevice binding(nullptr);
+    QVERIFY(binding.chooseAudioDevice(QStringLiteral("Headset Microphone (%1)").arg(product)));
+    QCOMPARE(binding.getInfo().path, pathOf(device));
+    QCOMPARE(binding.getChoice().rule,
+             QStringLiteral("no sound card; product string \"%1\", interface %2, %3 of the fallback configuration "
+                            "\"Standart\" (its ids have no row of their own)")
+                 .arg(product)
+                 .arg(description.interfaceNumber)
+                 .arg(rule));
+    QCOMPARE(
+        fallbackLines(logger),
+        QStringList{QStringLiteral("HID DEVICE %1 (0x1209:0x9999) has no row of its own; its report descriptor has "
+                                   "%2: bound through the fallback configuration Standart")
+                        .arg(pathOf(device), collection)});
 }
 
 QTEST_GUILESS_MAIN(TestFallbackBinding)
