@@ -7,6 +7,7 @@
 #include "applicationmanager.h"
 #include "bindingevents.h"
 #include "capturinglogger.h"
+#include "managerrelease.h"
 #include "realheadsets.h"
 #include "testheadset.h"
 #include "timingscale.h"

@@ -8,6 +8,7 @@
 #include "applicationmanager.h"
 #include "bindingevents.h"
 #include "capturinglogger.h"
+#include "managerrelease.h"
 #include "reportstream.h"
 #include "testheadset.h"
 #include "timingscale.h"
